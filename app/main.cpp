@@ -1,0 +1,2 @@
+// Entry point of vk-sony.
+int main() { return 0; }

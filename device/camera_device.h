@@ -1,0 +1,128 @@
+// The connected camera: SDK callbacks, the acknowledgement gate, property
+// reporting and the camera operations that the parent's commands drive.
+#ifndef VK_SONY_DEVICE_CAMERA_DEVICE_H
+#define VK_SONY_DEVICE_CAMERA_DEVICE_H
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "CameraRemote_SDK.h"
+#include "IDeviceCallback.h"
+
+#include "protocol/protocol.h"
+
+// ---- Camera model table --------------------------------------------------
+
+// The SDK's model number for a model name (exact, case-sensitive); 0 for any
+// unlisted name, the same number as "ILCE-7RM4".
+uint32_t camera_model_number(std::string_view name);
+// The model name of a model number, or "" for numbers without a name.
+const char* camera_model_name(uint32_t number);
+
+// ---- The command gate ----------------------------------------------------
+
+// A binary semaphore used as a baton: one camera operation takes it and the
+// acknowledgement of that operation, possibly on an SDK thread, gives it
+// back. Releasing an open gate is harmless.
+class CommandGate {
+ public:
+  explicit CommandGate(bool open = true);
+  void acquire();
+  void release();
+
+ private:
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool open_;  // GUARDED_BY(mutex_)
+};
+
+// ---- CameraDevice ---------------------------------------------------------
+
+// Stands for the connected camera for the whole run. The SDK calls the
+// callbacks on its own threads; the command reader calls the operations.
+// A new device starts with the gate closed; OnConnected opens it.
+class CameraDevice : public SCRSDK::IDeviceCallback {
+ public:
+  CameraDevice();
+  virtual ~CameraDevice();
+  CameraDevice(const CameraDevice&) = delete;
+  CameraDevice& operator=(const CameraDevice&) = delete;
+
+  // SDK callbacks. None of them throws.
+  void OnConnected(SCRSDK::DeviceConnectionVersioin version) override;
+  void OnDisconnected(CrInt32u error) override;
+  void OnPropertyChanged() override;
+  void OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) override;
+  void OnLvPropertyChanged() override;
+  void OnLvPropertyChangedCodes(CrInt32u num, CrInt32u* codes) override;
+  void OnCompleteDownload(CrChar* filename, CrInt32u type = 0xFFFFFFFF) override;
+  void OnNotifyContentsTransfer(CrInt32u notify, SCRSDK::CrContentHandle handle, CrChar* filename = 0) override;
+  void OnWarning(CrInt32u warning) override;
+  void OnWarningExt(CrInt32u warning, CrInt32 param1, CrInt32 param2, CrInt32 param3) override;
+  void OnError(CrInt32u error) override;
+
+  // Transport-specific operations; the base versions write the raw lines
+  // "UNUSED" and "ABSTRACT".
+  virtual void set_wb(uint64_t kelvin);
+  virtual void set_recording(uint64_t value);
+
+  // Acknowledgement primitives: write "ACK" / "NACK" when one is pending and
+  // not suppressed. nack() also releases the gate.
+  void ack();
+  void ack_if(bool flag);
+  void nack();
+
+  // Property reporting.
+  void store_and_report(const SCRSDK::CrDeviceProperty& property);
+  void report_property(uint32_t code);
+
+  // Camera operations (command-reader thread).
+  void send_command(uint32_t id, uint32_t param);
+  void press_button(uint32_t id, int hold_ms);
+  void set_property(const SCRSDK::CrDeviceProperty& property, uint64_t value, uint32_t code = 0,
+                    uint32_t type = 0);
+  void set_property_from_text(uint32_t code, const std::string& text);
+  void set_operation(uint32_t code, int32_t amount);
+  void property_button(uint32_t code);
+  void step_property(uint32_t step_code, int32_t step);
+  void set_absolute_by_steps(uint32_t base_code, int32_t target);
+  void request_menu();
+  void read_timecode();
+  void import_lut(const std::string& path, const std::string& slot_text);
+  void plain_ack();
+
+  SCRSDK::CrDeviceHandle device_handle = 0;
+  std::map<CrInt32u, SCRSDK::CrDeviceProperty> properties;       // GUARDED_BY(cache_mutex)
+  std::map<CrInt32u, SCRSDK::CrLiveViewProperty> lv_properties;  // GUARDED_BY(cache_mutex)
+  uint32_t reserved_word = 0;
+  uint32_t model = 0;
+  std::atomic<bool> ready_armed{false};
+  std::atomic<bool> connected{false};
+  std::atomic<bool> ready_sent{false};
+  std::atomic<bool> ack_pending{false};
+  std::atomic<bool> ack_suppressed{false};
+  std::atomic<bool> connected_once{false};
+  std::atomic<bool> quick_ack{false};
+  std::unique_ptr<CommandGate> command_gate;
+  std::mutex cache_mutex;
+};
+
+class CameraDeviceUSB : public CameraDevice {
+ public:
+  void set_wb(uint64_t kelvin) override;
+  void set_recording(uint64_t value) override;
+};
+
+class CameraDeviceIP : public CameraDevice {
+ public:
+  void set_wb(uint64_t kelvin) override;
+  void set_recording(uint64_t value) override;
+};
+
+#endif  // VK_SONY_DEVICE_CAMERA_DEVICE_H

@@ -1,0 +1,38 @@
+// The table of camera properties the bridge supports, and the converters
+// between SDK values and the text of the parent protocol.
+#ifndef VK_SONY_PROPERTIES_PROPERTY_TABLE_H
+#define VK_SONY_PROPERTIES_PROPERTY_TABLE_H
+
+#include <cstdint>
+#include <map>
+#include <string>
+
+// An SDK device-property code, zero-extended to 64 bits.
+using PropertyCode = uint64_t;
+
+// Renders one value as protocol text; never fails.
+using ToTextFn = std::string (*)(uint64_t value);
+// Parses protocol text into an SDK value. Some parsers raise
+// std::invalid_argument / std::out_of_range like the standard conversions.
+using FromTextFn = uint64_t (*)(const std::string& text);
+// Candidate filter: true leaves the candidate out of the status line.
+using SkipValueFn = bool (*)(uint64_t value);
+
+// One row of the table.
+struct PropertyInfo {
+  std::string name;                // status key, e.g. "EXPOSURE_BIAS"
+  ToTextFn toText = nullptr;
+  FromTextFn fromText = nullptr;
+  SkipValueFn skipValue = nullptr;
+  bool listValues = false;         // candidates in "[ ]" (true) or "{ }" (false)
+  bool alwaysSend = false;         // write even when the value is unchanged
+};
+
+// The table, keyed and ordered by code. Built before main() by a static
+// initialiser and never changed afterwards, so any thread may read it.
+extern const std::map<PropertyCode, PropertyInfo> propertyTable;
+
+// The row for `code`, or nullptr when the bridge does not support it.
+const PropertyInfo* find_property(PropertyCode code);
+
+#endif  // VK_SONY_PROPERTIES_PROPERTY_TABLE_H

@@ -14,7 +14,6 @@
 
 #include "CameraRemote_SDK.h"
 #include "IDeviceCallback.h"
-
 #include "protocol/protocol.h"
 
 // ---- Camera model table --------------------------------------------------
@@ -42,6 +41,17 @@ class CommandGate {
   bool open_;  // GUARDED_BY(mutex_)
 };
 
+// ---- Absolute-by-steps memory -------------------------------------------
+
+// The clock of the absolute-by-steps memory (WB on the stepping IP models,
+// WB_TINT, SHUTTER_ECS_NUMBER), in nanoseconds. A target within 2 s of the
+// previous one steps from that previous target instead of the cache.
+using StepClockFn = int64_t (*)();
+// Replaces the clock; nullptr restores the wall clock. For tests.
+void set_step_clock(StepClockFn clock);
+// Forgets every remembered target, as at process start. For tests.
+void reset_step_memory();
+
 // ---- CameraDevice ---------------------------------------------------------
 
 // Stands for the connected camera for the whole run. The SDK calls the
@@ -62,7 +72,8 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   void OnLvPropertyChanged() override;
   void OnLvPropertyChangedCodes(CrInt32u num, CrInt32u* codes) override;
   void OnCompleteDownload(CrChar* filename, CrInt32u type = 0xFFFFFFFF) override;
-  void OnNotifyContentsTransfer(CrInt32u notify, SCRSDK::CrContentHandle handle, CrChar* filename = 0) override;
+  void OnNotifyContentsTransfer(CrInt32u notify, SCRSDK::CrContentHandle handle,
+                                CrChar* filename = 0) override;
   void OnWarning(CrInt32u warning) override;
   void OnWarningExt(CrInt32u warning, CrInt32 param1, CrInt32 param2, CrInt32 param3) override;
   void OnError(CrInt32u error) override;
@@ -82,15 +93,22 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   void store_and_report(const SCRSDK::CrDeviceProperty& property);
   void report_property(uint32_t code);
 
-  // Camera operations (command-reader thread).
+  // Camera operations (command-reader thread). Each ends in exactly one
+  // "ACK" or "NACK" unless acknowledgements are suppressed; gated ones hold
+  // command_gate until their acknowledgement.
   void send_command(uint32_t id, uint32_t param);
   void press_button(uint32_t id, int hold_ms);
   void set_property(const SCRSDK::CrDeviceProperty& property, uint64_t value, uint32_t code = 0,
                     uint32_t type = 0);
+  // Writes properties[code] (an empty entry when never reported) from text
+  // parsed by the table row. A parser exception propagates to the caller on
+  // purpose. Unsupported codes are logged and answered "NACK".
   void set_property_from_text(uint32_t code, const std::string& text);
   void set_operation(uint32_t code, int32_t amount);
   void property_button(uint32_t code);
   void step_property(uint32_t step_code, int32_t step);
+  // base_code 0x15D (WB_TINT, steps 0x15E) or 0x161 (SHUTTER_ECS_NUMBER,
+  // steps 0x162); any other code is answered "NACK".
   void set_absolute_by_steps(uint32_t base_code, int32_t target);
   void request_menu();
   void read_timecode();

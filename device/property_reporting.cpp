@@ -1,1 +1,99 @@
-// Placeholder; replaced as the subsystem lands.
+// Property reporting: fetching changed properties from the camera, caching
+// them and writing their status lines.
+#include <cstdint>
+#include <string>
+
+#include "CameraRemote_SDK.h"
+#include "app/log.h"
+#include "device/camera_device.h"
+#include "properties/property_table.h"
+#include "protocol/protocol.h"
+
+namespace {
+
+constexpr uint32_t kBlackLevelCode = 0x2AC;
+
+std::string numeric_text(uint64_t value) { return std::to_string(value); }
+
+bool keep_all(uint64_t /*value*/) { return false; }
+
+bool is_quiet_live_view_code(CrInt32u code) { return code == 0x121 || code == 0x122 || code == 0x582; }
+
+}  // namespace
+
+void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
+  try {
+    SCRSDK::CrDeviceProperty* list = nullptr;
+    CrInt32 count = 0;
+    if (SCRSDK::GetSelectDeviceProperties(device_handle, num, codes, &list, &count) != 0) {
+      write_raw_line("get prop failed");
+      return;
+    }
+    for (CrInt32 i = 0; i < count; ++i) store_and_report(list[i]);
+    if (ready_armed.load() && !ready_sent.load()) {
+      write_status_line("READY");
+      ready_sent = true;
+    }
+    if (SCRSDK::ReleaseDeviceProperties(device_handle, list) != 0) write_raw_line("release prop failed");
+  } catch (...) {
+  }
+}
+
+void CameraDevice::OnLvPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
+  try {
+    SCRSDK::CrLiveViewProperty* list = nullptr;
+    CrInt32 count = 0;
+    if (SCRSDK::GetSelectLiveViewProperties(device_handle, num, codes, &list, &count) != 0) {
+      write_raw_line("get LV prop failed");
+      return;
+    }
+    for (CrInt32 i = 0; i < count; ++i) {
+      const CrInt32u code = list[i].GetCode();
+      {
+        std::lock_guard<std::mutex> lock(cache_mutex);
+        lv_properties[code] = list[i];
+      }
+      if (!is_quiet_live_view_code(code)) {
+        log_message("UNHANDLED LVproperty case : " + live_view_property_name(code));
+      }
+    }
+    if (SCRSDK::ReleaseLiveViewProperties(device_handle, list) != 0) write_raw_line("release LV prop failed");
+  } catch (...) {
+  }
+}
+
+void CameraDevice::store_and_report(const SCRSDK::CrDeviceProperty& property) {
+  const CrInt32u code = property.GetCode();
+  {
+    std::lock_guard<std::mutex> lock(cache_mutex);
+    properties[code] = property;
+  }
+  report_property(code);
+}
+
+void CameraDevice::report_property(uint32_t code) {
+  const PropertyInfo* row = find_property(code);
+  const bool black_level_alias = (model == 20 || model == 21) && code == kBlackLevelCode;
+  if (!black_level_alias && row == nullptr) {
+    log_message("UNHANDLED property case : " + device_property_name(code) + " (" + std::to_string(code) +
+                ")");
+    return;
+  }
+  // Copy out of the cache so that the line is written without the lock.
+  SCRSDK::CrDeviceProperty property;
+  {
+    std::lock_guard<std::mutex> lock(cache_mutex);
+    property = properties[code];
+  }
+  if (black_level_alias) {
+    // These models carry their black level under 0x2AC; the parent knows
+    // it by the name "PP_BLACK_LEVEL".
+    if (row != nullptr) {
+      write_property_line("PP_BLACK_LEVEL", property, row->toText, row->skipValue, row->listValues);
+    } else {
+      write_property_line("PP_BLACK_LEVEL", property, numeric_text, keep_all, false);
+    }
+    return;
+  }
+  write_property_line(row->name, property, row->toText, row->skipValue, row->listValues);
+}

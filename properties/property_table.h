@@ -20,12 +20,12 @@ using SkipValueFn = bool (*)(uint64_t value);
 
 // One row of the table.
 struct PropertyInfo {
-  std::string name;                // status key, e.g. "EXPOSURE_BIAS"
+  std::string name;  // status key, e.g. "EXPOSURE_BIAS"
   ToTextFn toText = nullptr;
   FromTextFn fromText = nullptr;
   SkipValueFn skipValue = nullptr;
-  bool listValues = false;         // candidates in "[ ]" (true) or "{ }" (false)
-  bool alwaysSend = false;         // write even when the value is unchanged
+  bool listValues = false;  // candidates in "[ ]" (true) or "{ }" (false)
+  bool alwaysSend = false;  // write even when the value is unchanged
 };
 
 // The table, keyed and ordered by code. Built before main() by a static

@@ -1,0 +1,81 @@
+// Converters between SDK values and protocol text shared by many rows of the
+// property table, and the converters of the rows carrying measured
+// quantities. All are pure and safe from any thread.
+#ifndef VK_SONY_PROPERTIES_FORMATTERS_H
+#define VK_SONY_PROPERTIES_FORMATTERS_H
+
+#include <cstdint>
+#include <string>
+
+// ---- Shared converters ---------------------------------------------------
+
+// The full value as unsigned decimal.
+std::string formatUnsigned(uint64_t value);
+// The low 16 bits as a signed decimal.
+std::string formatInt16(uint64_t value);
+// The low 8 bits as a signed decimal.
+std::string formatInt8(uint64_t value);
+// 1 "UP", 2 "DOWN", anything else "UNKOWN" (the parent expects that spelling).
+std::string formatButtonState(uint64_t value);
+// stoi semantics, sign-extended to 64 bits; raises std::invalid_argument /
+// std::out_of_range naming "stoi".
+uint64_t parseDecimal(const std::string& text);
+// Exactly "UP" 1, exactly "DOWN" 2, anything else 0.
+uint64_t parseButtonState(const std::string& text);
+// Keeps every candidate.
+bool acceptAll(uint64_t value);
+// Skips every candidate whose bits 16 to 31 are not 1 (keeps 1/n speeds).
+bool keepUnitNumerator(uint64_t value);
+
+// ---- Measured quantities -------------------------------------------------
+// Parsers below raise the standard errors of stof / stoi / stol (naming them)
+// on malformed text; that ends the process by design.
+
+// Exposure compensation: signed 16-bit thousandths of an EV, printed rounded
+// to one decimal. The parser takes the raw code, not EV.
+std::string exposureBiasToText(uint64_t value);
+uint64_t exposureBiasFromText(const std::string& text);
+
+// F-number times 100; 0 and 0xFFFD print "32", 0xFFFE and 0xFFFF print "-".
+std::string fNumberToText(uint64_t value);
+uint64_t fNumberFromText(const std::string& text);
+
+// ISO with "AUTO" for 0xFFFFFF; 1 and 2 print an empty text.
+std::string isoToText(uint64_t value);
+uint64_t isoFromText(const std::string& text);
+
+// Shutter speed "n/d" from bits 16-31 and 0-15; 0 prints "Bulb". The parser
+// accepts only 1/n speeds and ignores the numerator text.
+std::string shutterSpeedToText(uint64_t value);
+uint64_t shutterSpeedFromText(const std::string& text);
+
+// 64-bit shutter speed: upper 32 bits "/" low 16 bits; 0 prints "Bulb".
+std::string shutterSpeed64ToText(uint64_t value);
+// "a/b" (or "a", meaning "a/a") into a in the upper and b in the low 32 bits,
+// with stol semantics.
+uint64_t fractionFromText(const std::string& text);
+
+// ND filter value: upper 32 bits "/" low 32 bits; all ones prints "Nothing".
+std::string ndFilterValueToText(uint64_t value);
+
+// Shutter angle in thousandths of a degree.
+std::string shutterAngleToText(uint64_t value);
+uint64_t shutterAngleFromText(const std::string& text);
+
+// ---- Small numeric renderings of single rows -----------------------------
+
+std::string formatUint8(uint64_t value);             // low 8 bits unsigned
+std::string formatInt32(uint64_t value);             // low 32 bits signed
+std::string kneeAutoMaxPointToText(uint64_t value);  // 0 "INVALID", else low 16 bits
+std::string kneeManualPointToText(uint64_t value);   // 0 "INVALID", else full value
+// strtol semantics, never failing: whole result sign-extended, low 8 bits
+// zero-extended, low 8 bits sign-extended.
+uint64_t parseLong(const std::string& text);
+uint64_t parseLowByte(const std::string& text);
+uint64_t parseSignedLowByte(const std::string& text);
+
+// String-typed properties: `value` is the address of the SDK's current string,
+// a 16-bit length n followed by n bytes. 0 prints "UNKNOWN".
+std::string sdkStringToText(uint64_t value);
+
+#endif  // VK_SONY_PROPERTIES_FORMATTERS_H

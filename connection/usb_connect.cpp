@@ -18,8 +18,9 @@ namespace {
 
 // Connects `info` as a USB camera without credentials; false when refused.
 bool connect_without_credentials(SCRSDK::ICrCameraObjectInfo* info, CameraDevice* device) {
-  SCRSDK::CrError result = SCRSDK::Connect(info, device, &device->device_handle, SCRSDK::CrSdkControlMode_Remote,
-                                   SCRSDK::CrReconnecting_ON, nullptr, nullptr, nullptr, 0);
+  SCRSDK::CrError result =
+      SCRSDK::Connect(info, device, &device->device_handle, SCRSDK::CrSdkControlMode_Remote,
+                      SCRSDK::CrReconnecting_ON, nullptr, nullptr, nullptr, 0);
   return result == 0;
 }
 

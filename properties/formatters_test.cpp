@@ -1,0 +1,251 @@
+// Tests of the value converters, reached through the rows that use them.
+#include "properties/formatters.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <stdexcept>
+#include <string>
+
+#include "properties/property_table.h"
+
+namespace {
+
+const PropertyInfo& row(const std::string& key) {
+  for (const auto& [code, info] : propertyTable) {
+    if (info.name == key) return info;
+  }
+  ADD_FAILURE() << "no row " << key;
+  static const PropertyInfo kEmpty;
+  return kEmpty;
+}
+
+struct TextCase {
+  const char* key;
+  uint64_t value;
+  const char* text;
+};
+
+TEST(Formatters, ValuesRenderAsTheParentExpects) {
+  const TextCase cases[] = {
+      // shared converters
+      {"EXPOSURE_INDEX", UINT64_MAX, "18446744073709551615"},
+      {"EXPOSURE_INDEX", 0, "0"},
+      {"EXPOSURE_INDEX", 1005, "1005"},
+      {"WB_R_GAIN", 0xFFFF, "-1"},
+      {"WB_R_GAIN", 0x8000, "-32768"},
+      {"WB_R_GAIN", 0x17FFF, "32767"},
+      {"WB_TINT", 0xF6, "-10"},
+      {"WB_TINT", 0x7F, "127"},
+      {"B1", 1, "UP"},
+      {"B1", 2, "DOWN"},
+      {"B1", 0, "UNKOWN"},
+      // two-state maps keep their own spellings
+      {"FOCUS_TRACKING_STATUS", 1, "OFF"},
+      {"MOVIE_SHOOTING_MODE", 1, "Off"},
+      {"ND_FILTER", 2, "ON"},
+      {"SHUTTER_SLOW", 2, "On"},
+      {"OSD_IMAGE_MODE", 0, "Off"},
+      {"ZOOM_SPEED_TYPE", 0, "Invalid"},
+      {"GAIN_UNIT_SETTING", 2, "ISO"},
+      {"LENS_INFORMATION_STATUS", 1, "Enable"},
+      // multi-value maps, fallbacks and the whole-64-bit match
+      {"FOCUS_MODE", 0x100000002ull, "UNKNOWN"},
+      {"FOCUS_MODE", 7, "PF"},
+      {"FOCUS_AREA", 0, "Unknown"},
+      {"FOCUS_AREA", 9, "UNKNOWN"},
+      {"FOCUS_AREA", 24, "Tracking_Flexible_Spot"},
+      {"EXPOSURE_MODE", 0x100000001ull, "CrExposure_M_Manual"},
+      {"EXPOSURE_MODE", 7, "CrExposure_Portrait"},
+      {"EXPOSURE_MODE", 0, "UNKNOWN"},
+      {"EXPOSURE_MODE", 8, "UNKNOWN"},
+      {"WB_MODE", 256, "ColorTemp"},
+      {"PP", 68, "LUT_Number4"},
+      {"PP_GAMMA", 3, "SCinetome"},
+      {"PP_COLOR_MODE", 3, "SCinetone"},
+      {"FRAME_RATE_SETTING", 23, "119_88p"},
+      {"BAT_LEVEL", 0x10000, "USB"},
+      {"BAT_LEVEL", 0xFFFFFFFD, "Fake"},
+      {"BAT_LEVEL", 9, "UNKNOWN"},
+      {"REC", 3, "WAITING"},
+      {"RECORDER_MAIN_STATUS", 6, "UNKNOWN"},
+      // measured quantities
+      {"EXPOSURE_BIAS", static_cast<uint16_t>(-300), "-0.3"},
+      {"EXPOSURE_BIAS", 700, "0.7"},
+      {"EXPOSURE_BIAS", 3000, "3"},
+      {"EXPOSURE_BIAS", 0, "0"},
+      {"EXPOSURE_BIAS", static_cast<uint16_t>(-1), "-0"},
+      {"EXPOSURE_BIAS", static_cast<uint16_t>(-49), "-0"},
+      {"EXPOSURE_BIAS", 1960, "2"},
+      {"EXPOSURE_BIAS", static_cast<uint16_t>(-1960), "-2"},
+      {"FSTOP", 0, "32"},
+      {"FSTOP", 0xFFFD, "32"},
+      {"FSTOP", 0xFFFE, "-"},
+      {"FSTOP", 400, "4"},
+      {"FSTOP", 1100, "11"},
+      {"FSTOP", 280, "2.8"},
+      {"FSTOP", 350, "3.5"},
+      {"ISO", 0xFFFFFF, "AUTO"},
+      {"ISO", 2, ""},
+      {"ISO", 0x10000640, "1600"},
+      {"ISO", 0, "0"},
+      {"SHUTTER", 0, "Bulb"},
+      {"SHUTTER", 0x0001000A, "1/10"},
+      {"SHUTTER", 0x000A0001, "10/1"},
+      {"SHUTTER_SPEED_VALUE", 0x0000000100120019ull, "1/25"},
+      {"SHUTTER_SPEED_VALUE", 0, "Bulb"},
+      {"ND_FILTER_VALUE", UINT64_MAX, "Nothing"},
+      {"ND_FILTER_VALUE", 0x00000001FFFFFFFFull, "1/4294967295"},
+      {"SHUTTER_ANGLE", 180000, "180"},
+      {"SHUTTER_ANGLE", 172800, "172.8"},
+      // single-row renderings
+      {"PAINTLOOK_KNEE_POINT", 0x1FF, "255"},
+      {"PAINTLOOK_KNEE_SLOPE", 0xFF, "-1"},
+      {"SHUTTER_ECS_FREQUENCY", 0xFFFFFFFF, "-1"},
+      {"PP_KNEE_AUTO_MAX_POINT", 0, "INVALID"},
+      {"PP_KNEE_AUTO_MAX_POINT", 0x12345, "9029"},
+      {"PP_KNEE_MANUAL_POINT", 0, "INVALID"},
+      {"PP_KNEE_MANUAL_POINT", 0x100000000ull, "4294967296"},
+      {"PP_LUT", 0x80, "-128"},
+      {"SOFTWARE", 0, "UNKNOWN"},
+  };
+  for (const TextCase& c : cases) {
+    SCOPED_TRACE(std::string(c.key) + " " + std::to_string(c.value));
+    const PropertyInfo& info = row(c.key);
+    ASSERT_NE(info.toText, nullptr);
+    EXPECT_EQ(info.toText(c.value), c.text);
+  }
+}
+
+TEST(Formatters, TextsParseToTheSdkValue) {
+  const TextCase cases[] = {
+      {"EXPOSURE_INDEX", static_cast<uint64_t>(-3), "-3"},
+      {"EXPOSURE_INDEX", 12, "12abc"},
+      {"B1", 1, "UP"},
+      {"B1", 0, "up"},
+      {"WB_MODE", 256, "ColorTemp"},
+      {"WB_MODE", 0, "awb"},
+      {"WB_MODE", 0, "ColorTemp "},  // no trimming
+      {"PP_GAMMA", 3, "SCinetome"},
+      {"PP_GAMMA", 0, "SCinetone"},
+      {"PP_COLOR_MODE", 3, "SCinetone"},
+      {"ZOOM_SPEED_TYPE", 0, "Invalid"},
+      {"ZOOM_SPEED_TYPE", 2, "Fixed"},
+      {"OSD_IMAGE_MODE", 1, "On"},
+      {"OSD_IMAGE_MODE", 0, "ON"},
+      {"EXPOSURE_MODE", 4, "CrExposure_S_ShutterSpeedPriority"},
+      {"EXPOSURE_MODE", 0, "Manual"},
+      {"GAIN_UNIT_SETTING", 2, "2"},  // numeric, not the map
+      // measured quantities
+      {"EXPOSURE_BIAS", 65236, "65236"},
+      {"EXPOSURE_BIAS", 0, "-0.3"},  // negative saturates to 0
+      {"EXPOSURE_BIAS", 0x1000 & 0xFFFF, "69632"},
+      {"FSTOP", 280, "2.8"},
+      {"FSTOP", 400, "4"},
+      {"FSTOP", 0, "-1"},
+      {"ISO", 0xFFFFFF, "AUTO"},
+      {"ISO", 0xFFFFFFFF, "-1"},
+      {"ISO", 800, "800"},
+      {"SHUTTER", 0x1000A, "1/10"},
+      {"SHUTTER", 0x10001, "10/1"},
+      {"SHUTTER", 0x100FA, "250"},
+      {"SHUTTER_SPEED_VALUE", 0x0000000500000005ull, "5"},
+      {"SHUTTER_SPEED_VALUE", 0x0000000100000019ull, "1/25"},
+      {"ND_FILTER_VALUE", 0x00000002000000FFull, "2/255"},
+      {"SHUTTER_ANGLE", 172800, "172.8"},
+      {"SHUTTER_ANGLE", 0, "-90"},
+      {"PAINTLOOK_DETAIL_LEVEL", static_cast<uint64_t>(-5), "-5"},
+      {"PAINTLOOK_DETAIL_LEVEL", 0, "none"},
+      {"PAINTLOOK_KNEE_POINT", 0xFF, "-1"},
+      {"PAINTLOOK_KNEE_SLOPE", static_cast<uint64_t>(-1), "255"},
+  };
+  for (const TextCase& c : cases) {
+    SCOPED_TRACE(std::string(c.key) + " \"" + c.text + "\"");
+    const PropertyInfo& info = row(c.key);
+    ASSERT_NE(info.fromText, nullptr);
+    EXPECT_EQ(info.fromText(c.text), c.value);
+  }
+}
+
+TEST(Formatters, MalformedNumbersRaiseTheStandardErrors) {
+  const struct {
+    const char* key;
+    const char* text;
+    bool out_of_range;
+    const char* what;
+  } cases[] = {
+      {"EXPOSURE_INDEX", "abc", false, "stoi"},
+      {"EXPOSURE_INDEX", "2147483648", true, "stoi"},
+      {"SHUTTER", "Bulb", false, "stoi"},
+      {"ISO", "auto", false, "stoi"},
+      {"EXPOSURE_BIAS", "high", false, "stof"},
+      {"FSTOP", "1e99", true, "stof"},
+      {"SHUTTER_SPEED_VALUE", "1/4294967296", true, "stol"},
+      {"ND_FILTER_VALUE", "x/2", false, "stol"},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.key) + " \"" + c.text + "\"");
+    const PropertyInfo& info = row(c.key);
+    try {
+      (void)info.fromText(c.text);
+      ADD_FAILURE() << "no exception";
+    } catch (const std::out_of_range& e) {
+      EXPECT_TRUE(c.out_of_range);
+      EXPECT_STREQ(e.what(), c.what);
+    } catch (const std::invalid_argument& e) {
+      EXPECT_FALSE(c.out_of_range);
+      EXPECT_STREQ(e.what(), c.what);
+    }
+  }
+}
+
+TEST(Formatters, MapWordsRoundTrip) {
+  // Every word a map row renders for codes 0..1300 parses back to its code
+  // (when the row parses words at all).
+  size_t checked = 0;
+  for (const auto& [code, info] : propertyTable) {
+    if (info.fromText == parseDecimal) continue;
+    for (uint64_t value = 0; value < 1300; ++value) {
+      const std::string text = info.toText(value);
+      if (text.empty() || text == "UNKNOWN" || text == "UNKOWN" || text == "Bulb" ||
+          text.find_first_not_of("0123456789-./") == std::string::npos) {
+        continue;
+      }
+      SCOPED_TRACE(info.name + " " + std::to_string(value) + " \"" + text + "\"");
+      EXPECT_EQ(info.fromText(text), value);
+      ++checked;
+    }
+  }
+  EXPECT_GT(checked, 200u);
+}
+
+TEST(Formatters, CandidateFilters) {
+  EXPECT_FALSE(keepUnitNumerator(0x0001000A));
+  EXPECT_TRUE(keepUnitNumerator(0x000A0001));
+  EXPECT_TRUE(keepUnitNumerator(0));
+  EXPECT_FALSE(acceptAll(0));
+  EXPECT_FALSE(acceptAll(UINT64_MAX));
+}
+
+TEST(Formatters, StringPropertiesReadLengthPrefixedText) {
+  const auto render = [](const unsigned char* bytes) {
+    return sdkStringToText(static_cast<uint64_t>(reinterpret_cast<uintptr_t>(bytes)));
+  };
+  unsigned char text[16] = {};
+  const uint16_t length = 5;
+  std::memcpy(text, &length, sizeof(length));
+  std::memcpy(text + 2, "1.10xyz", 7);
+  EXPECT_EQ(render(text), "1.10x");
+
+  const uint16_t empty = 0;
+  std::memcpy(text, &empty, sizeof(empty));
+  EXPECT_EQ(render(text), "");
+
+  const uint16_t with_nul = 6;
+  std::memcpy(text, &with_nul, sizeof(with_nul));
+  std::memcpy(text + 2, "ab\0cde", 6);
+  EXPECT_EQ(render(text), "ab");
+}
+
+}  // namespace

@@ -1,1 +1,255 @@
-// Placeholder; replaced as the process-level tests land.
+// Process-level tests of the command line: usage, versions, listings,
+// start-up failures and their exit statuses, and the log file.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <string>
+
+#include "tests/support/bridge_process.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+const char kUsage[] =
+    "-h : print this\n"
+    "-v : print version\n"
+    "-l : list USB cameras\n"
+    "-L : list all USB and IP cameras using Sony SDK discovery\n"
+    "-i : camera IP\n"
+    "-u : camera user\n"
+    "-p : camera password\n"
+    "-m : camera model (optional for IP; discovered from the IP address when omitted)\n"
+    "Examples:\n"
+    "\tvk-sony -i 192.168.2.50 -u admin -p Pqrstu789 -m ILME-FX6\n";
+
+TEST(Usage, TextAndStatus) {
+  struct Case {
+    std::vector<std::string> args;
+    int status;
+  };
+  const Case cases[] = {
+      {{"-h"}, 1},
+      {{"-x"}, 1},  // unknown option
+      {{"-i"}, 1},  // missing argument
+      {{"-i", "1.2.3.4", "-h"}, 1},
+      {{"one", "two"}, 0},  // two positionals
+  };
+  for (const Case& c : cases) {
+    const BridgeResult result = run_bridge_to_end(c.args);
+    EXPECT_EQ(result.status, c.status) << c.args[0];
+    EXPECT_EQ(result.out, kUsage) << c.args[0];
+  }
+}
+
+TEST(Usage, GetoptTellsItsOwnDiagnostic) {
+  const BridgeResult result = run_bridge_to_end({"-x"});
+  EXPECT_NE(result.err.find("invalid option"), std::string::npos) << result.err;
+}
+
+TEST(Version, ThreeLinesAndNoCameraRun) {
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"-v"}, {"-i", "10.0.0.5", "-v", "-i"}}) {
+    const BridgeResult result = run_bridge_to_end(args);
+    EXPECT_EQ(result.status, 0);
+    EXPECT_EQ(result.err, "");
+    EXPECT_TRUE(std::regex_match(result.out, std::regex("soft version: 26\\.11\\.1rc2\n"
+                                                        "git version: [0-9a-f]{9}\n"
+                                                        "SDK version: [0-9]+\\.[0-9]+\\.[0-9]+\n")))
+        << result.out;
+  }
+}
+
+TEST(ListAll, PrintsTheIdsOfTheDefaultScenario) {
+  const BridgeResult result = run_bridge_to_end({"-L"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.out, "USB|ILME-FX6|D10042\nIP|ILCE-7SM3|192.168.1.10\n");
+}
+
+TEST(ListAll, FailedEnumerationPrintsNothing) {
+  TempDir dir;
+  for (const char* failure : {"fail enum\n", "fail enum-null\n"}) {
+    const std::string scenario =
+        dir.write("scenario.txt", std::string("camera USB ILME-FX6 D10042\n") + failure);
+    const BridgeResult result = run_bridge_to_end({"-L"}, {{"VK_SONY_SIM_SCENARIO", scenario}});
+    EXPECT_EQ(result.status, 1) << failure;
+    EXPECT_EQ(result.out, "") << failure;
+  }
+}
+
+TEST(ListUsb, SucceedsWithoutTheSdk) {
+  const BridgeResult result = run_bridge_to_end({"-l"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+}
+
+// A copy of the binary in a directory without CrAdapter (a symbolic link
+// would not do: the executable's directory is that of the real file).
+class MissingAdapter : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    copy_ = dir_.file("vk-sony");
+    std::filesystem::copy_file(bridge_binary(), copy_);
+    std::filesystem::permissions(copy_, std::filesystem::perms::owner_all);
+    const char* old = std::getenv("VK_SONY_BINARY");
+    if (old != nullptr) saved_ = old;
+    setenv("VK_SONY_BINARY", copy_.c_str(), 1);
+  }
+  void TearDown() override {
+    if (saved_)
+      setenv("VK_SONY_BINARY", saved_->c_str(), 1);
+    else
+      unsetenv("VK_SONY_BINARY");
+  }
+  std::string advice() const {
+    const std::string path = dir_.path() + "/CrAdapter";
+    return "Sony SDK CrAdapter directory not found: " + path +
+           "\nCreate a symlink next to the real vk-sony binary, for example:\n"
+           "  ln -s /usr/lib/CrAdapter " +
+           path + "\n";
+  }
+  TempDir dir_;
+  std::string copy_;
+  std::optional<std::string> saved_;
+};
+
+TEST_F(MissingAdapter, RunsAndSdkListingStopWithAdvice) {
+  for (const std::vector<std::string>& args :
+       {std::vector<std::string>{"-L"}, {}, {"-i", "10.0.0.5", "-m", "ILCE-7SM3"}}) {
+    const BridgeResult result = run_bridge_to_end(args);
+    EXPECT_EQ(result.status, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_EQ(result.err, advice());
+  }
+}
+
+TEST_F(MissingAdapter, AdapterLinkedToADirectoryPasses) {
+  TempDir adapters;
+  ASSERT_EQ(symlink(adapters.path().c_str(), (dir_.path() + "/CrAdapter").c_str()), 0);
+  const BridgeResult result = run_bridge_to_end({"-L"});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "");
+}
+
+TEST_F(MissingAdapter, VersionAndUsbListingNeedNoAdapter) {
+  EXPECT_EQ(run_bridge_to_end({"-v"}).status, 0);
+  EXPECT_EQ(run_bridge_to_end({"-l"}).status, 0);
+}
+
+TEST(StartUp, FailuresBeforeTheRun) {
+  struct Case {
+    std::vector<std::string> args;
+    int status;
+    std::string err;
+  };
+  const Case cases[] = {
+      {{"SERIAL|x|y"}, 0, "Unknown camera type: SERIAL\n"},
+      {{"-u", "admin"}, 1, "Missing Sony IP camera address. Use -i <ip>.\n"},
+      {{"IP|ILCE-7SM3|"}, 1, ""},  // two fields: a USB run that finds no match
+      {{"-i", "10.0.0.5"},
+       1,
+       "Unknown or missing Sony camera model for IP connection: *\n"
+       "Use -m with a Sony SDK model name, for example: -m ILCE-7SM3.\n"},
+      {{"IP||10.0.0.5"},
+       1,
+       "Unknown or missing Sony camera model for IP connection: *\n"
+       "Use -m with a Sony SDK model name, for example: -m ILCE-7SM3.\n"},
+      {{"-m", "ILCE-7RM4", "-i", "10.0.0.5"},
+       1,
+       "Unknown or missing Sony camera model for IP connection: ILCE-7RM4\n"
+       "Use -m with a Sony SDK model name, for example: -m ILCE-7SM3.\n"},
+  };
+  for (const Case& c : cases) {
+    const BridgeResult result = run_bridge_to_end(c.args);
+    EXPECT_EQ(result.status, c.status) << c.args[0];
+    EXPECT_EQ(result.out, "") << c.args[0];
+    EXPECT_EQ(result.err, c.err) << c.args[0];
+  }
+}
+
+TEST(StartUp, ScenarioWithABadLineStopsTheSdk) {
+  TempDir dir;
+  const std::string scenario = dir.write("bad.txt", "camera USB ILME-FX6 D10042\nfrobnicate\n");
+  const BridgeResult result = run_bridge_to_end({}, {{"VK_SONY_SIM_SCENARIO", scenario}});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+  EXPECT_EQ(result.err.rfind("vk-sony simulator: " + scenario + ":2: ", 0), 0u) << result.err;
+}
+
+// ---- The log file (suites named LogFile* share a lock on the fixed path) ----
+
+const char kLog[] = "/tmp/vk-sony.log";
+
+std::string file_text(const std::string& path) {
+  std::ifstream in(path);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Moves whatever is at the log path aside and puts it back afterwards.
+class LogFile : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    saved_ = dir_.file("saved-log");
+    had_log_ = std::rename(kLog, saved_.c_str()) == 0;
+  }
+  void TearDown() override {
+    std::remove(kLog);
+    if (had_log_) std::rename(saved_.c_str(), kLog);
+  }
+  TempDir dir_;
+  std::string saved_;
+  bool had_log_ = false;
+};
+
+TEST_F(LogFile, OffWhenTheVariableIsUnset) {
+  EXPECT_EQ(run_bridge_to_end({"-v"}).status, 0);
+  struct stat info {};
+  EXPECT_NE(lstat(kLog, &info), 0);
+}
+
+TEST_F(LogFile, EmptyValueLogsToTheFixedFileAndRunsAppend) {
+  const std::string elsewhere = dir_.file("elsewhere.log");
+  EXPECT_EQ(run_bridge_to_end({"-v"}, {{"VK_SONY_LOG", ""}}).status, 0);
+  EXPECT_EQ(run_bridge_to_end({"SERIAL|x|y"}, {{"VK_SONY_LOG", elsewhere}}).status, 0);
+  const std::vector<std::string> lines = read_lines(kLog);
+  ASSERT_EQ(lines.size(), 3u) << file_text(kLog);
+  EXPECT_EQ(lines[0].rfind("Runtime context pid=", 0), 0u) << lines[0];
+  EXPECT_NE(lines[0].find(" VK_SONY_LOG= args=" + bridge_binary() + " -v"), std::string::npos) << lines[0];
+  EXPECT_NE(lines[1].find(" VK_SONY_LOG=" + elsewhere + " args="), std::string::npos) << lines[1];
+  EXPECT_EQ(lines[2], "Unknown camera type: SERIAL");
+  EXPECT_FALSE(std::filesystem::exists(elsewhere));
+  struct stat info {};
+  ASSERT_EQ(stat(kLog, &info), 0);
+  EXPECT_EQ(info.st_mode & 0777, 0644u);
+}
+
+TEST_F(LogFile, PlantedSymbolicLinkIsRefused) {
+  const std::string target = dir_.write("target", "untouched\n");
+  ASSERT_EQ(symlink(target.c_str(), kLog), 0);
+  const BridgeResult result = run_bridge_to_end({"-v"}, {{"VK_SONY_LOG", "1"}});
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "Failed to open log file: /tmp/vk-sony.log\n");
+  EXPECT_EQ(file_text(target), "untouched\n");
+}
+
+TEST_F(LogFile, SdkListingLogsItsSteps) {
+  EXPECT_EQ(run_bridge_to_end({"-L"}, {{"VK_SONY_LOG", "1"}}).status, 0);
+  const std::string text = file_text(kLog);
+  for (const char* line :
+       {"\nSony Camera Control SDK initialized\n", "\nEnumCameraObjects returned 0x0 (0)\n",
+        "\nCamera enumeration returned 2 device(s) before all-device listing\n",
+        "\nCamera[0] USB|ILME-FX6|D10042 connection=USB\n",
+        "\nCamera[1] IP|ILCE-7SM3|192.168.1.10 connection=IP\n",
+        "\nCamera listing printed 2 device(s)\nSDK cleanup\n"})
+    EXPECT_NE(text.find(line), std::string::npos) << line << "in:\n" << text;
+}
+
+}  // namespace

@@ -1,11 +1,11 @@
-// The writer of protocol lines on standard output and the property status
-// line.
+// The writer of protocol lines on standard output and the composition of the
+// property status line.
 #include <cstdio>
 #include <cstring>
 #include <iostream>
 #include <mutex>
-#include <sstream>
 
+#include "protocol/property_line.h"
 #include "protocol/protocol.h"
 
 namespace {
@@ -67,30 +67,23 @@ size_t element_width(uint32_t type) {
   return 4;
 }
 
-std::string compose_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
-                                  ToTextFn to_text, SkipValueFn skip, bool list_values) {
-  const uint32_t type = static_cast<uint32_t>(property.GetValueType());
-  const uint64_t current = property.GetCurrentValue();
-  const uint8_t* values = property.GetValues();
-  const uint32_t size = property.GetValueSize();
-  const size_t unit = element_width(type);
+std::string compose_status_line(const std::string& key, const PropertyFields& fields, ToTextFn to_text,
+                                SkipValueFn skip, bool list_values) {
+  const size_t unit = element_width(fields.type);
 
   std::string line = "status " + key + " ";
-  if (type == kStringType) {
-    line += to_text(static_cast<uint64_t>(reinterpret_cast<uintptr_t>(property.GetCurrentStr())));
-  } else {
-    line += to_text(current);
-  }
+  line += to_text(fields.type == kStringType ? fields.current_str : fields.current);
   line += list_values ? " [" : " {";
 
   size_t appended = 0;
   // A zero width would never advance; such a type has no candidates to show.
-  if (values != nullptr && unit != 0) {
-    for (size_t offset = 0; offset < size; offset += unit) {
+  if (fields.values != nullptr && unit != 0) {
+    for (size_t offset = 0; offset < fields.size; offset += unit) {
       uint64_t value = 0;
-      const size_t bytes = unit < sizeof(value) ? unit : sizeof(value);
-      const size_t available = size - offset < bytes ? size - offset : bytes;
-      std::memcpy(&value, values + offset, available);  // little-endian, zero-extended
+      // Little-endian, zero-extended; a 16-byte element contributes its low 8.
+      size_t bytes = unit < sizeof(value) ? unit : sizeof(value);
+      if (bytes > fields.size - offset) bytes = fields.size - offset;
+      std::memcpy(&value, fields.values + offset, bytes);
       if (skip(value)) continue;
       line += to_text(value);
       line += ' ';
@@ -101,17 +94,10 @@ std::string compose_property_line(const std::string& key, const SCRSDK::CrDevice
     line.pop_back();  // the closing bracket takes the place of the last space
   } else {
     // For a string-typed property this shows the raw current value on purpose.
-    line += to_text(current);
+    line += to_text(fields.current);
   }
   line += list_values ? "]" : "}";
   line += ' ';
-  line += property.IsSetEnableCurrentValue() ? "RW" : "RO";
+  line += fields.writable ? "RW" : "RO";
   return line;
-}
-
-void write_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
-                         SkipValueFn skip, bool list_values) {
-  const std::string line = compose_property_line(key, property, to_text, skip, list_values);
-  write_status_line(line);
-  log_message(line);
 }

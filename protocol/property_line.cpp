@@ -1,0 +1,26 @@
+// The property status line of an SDK property record. Kept apart from the
+// line writer so that writing lines does not pull in the SDK's record class.
+#include "protocol/property_line.h"
+
+#include <cstdint>
+
+#include "protocol/protocol.h"
+
+std::string compose_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
+                                  ToTextFn to_text, SkipValueFn skip, bool list_values) {
+  PropertyFields fields;
+  fields.type = static_cast<uint32_t>(property.GetValueType());
+  fields.current = property.GetCurrentValue();
+  fields.current_str = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(property.GetCurrentStr()));
+  fields.values = property.GetValues();
+  fields.size = property.GetValueSize();
+  fields.writable = property.IsSetEnableCurrentValue();
+  return compose_status_line(key, fields, to_text, skip, list_values);
+}
+
+void write_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
+                         SkipValueFn skip, bool list_values) {
+  const std::string line = compose_property_line(key, property, to_text, skip, list_values);
+  write_status_line(line);
+  log_message(line);
+}

@@ -27,11 +27,6 @@ class Log {
     }
     enabled_ = fd_ >= 0;
   }
-  ~Log() {
-    std::lock_guard<std::mutex> lock(mutex_);
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = -1;
-  }
   Log(const Log&) = delete;
   Log& operator=(const Log&) = delete;
 
@@ -59,9 +54,11 @@ class Log {
   bool enabled_ = false;  // written only by the constructor
 };
 
+// Never destroyed: SDK threads may still log while the process exits, and
+// the kernel closes the descriptor.
 Log& the_log() {
-  static Log log;
-  return log;
+  static Log* log = new Log();
+  return *log;
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 // SDK start and release, the SDK version, camera enumeration and the camera
 // id text of an enumerated camera.
-#include <signal.h>
-
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -121,11 +119,8 @@ void on_shutdown_signal(int) { request_shutdown(); }
 }  // namespace
 
 void start_camera_run() {
-  struct sigaction action {};
-  action.sa_handler = on_shutdown_signal;
-  sigemptyset(&action.sa_mask);
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+  std::signal(SIGINT, on_shutdown_signal);
+  std::signal(SIGTERM, on_shutdown_signal);
   std::signal(SIGPIPE, SIG_IGN);
   start_sdk();
 }

@@ -71,7 +71,7 @@ size_t count_header_enumerators() {
   const size_t start = text.find("enum CrDevicePropertyCode");
   if (start == std::string::npos) return 0;
   const std::string body = text.substr(start, text.find("};", start) - start);
-  const std::regex enumerator(R"(^\s*CrDeviceProperty_\w+\s*(=[^,]*)?,)", std::regex::multiline);
+  const std::regex enumerator(R"(^\s*CrDeviceProperty_\w+\b)", std::regex::multiline);
   return static_cast<size_t>(
       std::distance(std::sregex_iterator(body.begin(), body.end(), enumerator), std::sregex_iterator()));
 }

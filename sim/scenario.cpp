@@ -1,0 +1,333 @@
+// Parsing of scenario files and control lines.
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include "sim/sim_internal.h"
+
+namespace sim {
+
+namespace {
+
+struct TypeName {
+  const char* name;
+  uint32_t type;
+};
+
+constexpr TypeName kTypeNames[] = {
+    {"Undefined", 0x0},      {"UInt8", 0x1},           {"UInt16", 0x2},         {"UInt32", 0x3},
+    {"UInt64", 0x4},         {"UInt128", 0x5},         {"Int8", 0x1001},        {"Int16", 0x1002},
+    {"Int32", 0x1003},       {"Int64", 0x1004},        {"Int128", 0x1005},      {"UInt8Array", 0x2001},
+    {"UInt16Array", 0x2002}, {"UInt32Array", 0x2003},  {"UInt64Array", 0x2004}, {"UInt128Array", 0x2005},
+    {"Int8Array", 0x3001},   {"Int16Array", 0x3002},   {"Int32Array", 0x3003},  {"Int64Array", 0x3004},
+    {"Int128Array", 0x3005}, {"UInt8Range", 0x4001},   {"UInt16Range", 0x4002}, {"UInt32Range", 0x4003},
+    {"UInt64Range", 0x4004}, {"UInt128Range", 0x4005}, {"Int8Range", 0x5001},   {"Int16Range", 0x5002},
+    {"Int32Range", 0x5003},  {"Int64Range", 0x5004},   {"Int128Range", 0x5005}, {"STR", 0xFFFF},
+    {"Button", 0x12002},
+};
+
+// Splits a line into words; a double-quoted text is one word (kept with its
+// quotes) and `#` outside quotes starts a comment. False on an open quote.
+bool split(const std::string& line, std::vector<std::string>* words) {
+  std::size_t i = 0;
+  while (i < line.size()) {
+    const char c = line[i];
+    if (c == ' ' || c == '\t' || c == '\r') {
+      ++i;
+    } else if (c == '#') {
+      break;
+    } else if (c == '"') {
+      const std::size_t end = line.find('"', i + 1);
+      if (end == std::string::npos) return false;
+      words->push_back(line.substr(i, end - i + 1));
+      i = end + 1;
+    } else {
+      std::size_t end = i;
+      while (end < line.size() && line[end] != ' ' && line[end] != '\t' && line[end] != '\r' &&
+             line[end] != '#') {
+        ++end;
+      }
+      words->push_back(line.substr(i, end - i));
+      i = end;
+    }
+  }
+  return true;
+}
+
+// A decimal or 0x-hexadecimal number, optionally negative (two's complement).
+bool parse_number(const std::string& word, uint64_t* value) {
+  if (word.empty()) return false;
+  const bool negative = word[0] == '-';
+  const std::string digits = negative ? word.substr(1) : word;
+  if (digits.empty() || !(digits[0] >= '0' && digits[0] <= '9')) return false;
+  const bool hex = digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
+  errno = 0;
+  char* end = nullptr;
+  const unsigned long long parsed = std::strtoull(digits.c_str(), &end, hex ? 16 : 10);
+  if (errno != 0 || end == nullptr || *end != '\0') return false;
+  *value = negative ? static_cast<uint64_t>(0) - parsed : parsed;
+  return true;
+}
+
+bool parse_u32(const std::string& word, uint32_t* value) {
+  uint64_t wide = 0;
+  if (!parse_number(word, &wide) || word[0] == '-' || wide > 0xFFFFFFFFull) return false;
+  *value = static_cast<uint32_t>(wide);
+  return true;
+}
+
+bool parse_type(const std::string& word, uint32_t* type) {
+  for (const TypeName& entry : kTypeNames) {
+    if (word == entry.name) {
+      *type = entry.type;
+      return true;
+    }
+  }
+  return parse_u32(word, type);
+}
+
+bool parse_mac(const std::string& word, uint8_t mac[6]) {
+  unsigned parts[6];
+  char tail = 0;
+  if (std::sscanf(word.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x%c", &parts[0], &parts[1], &parts[2], &parts[3],
+                  &parts[4], &parts[5], &tail) != 6) {
+    return false;
+  }
+  for (int i = 0; i < 6; ++i) mac[i] = static_cast<uint8_t>(parts[i]);
+  return true;
+}
+
+bool parse_ipv4(const std::string& word) {
+  unsigned a, b, c, d;
+  char tail = 0;
+  return std::sscanf(word.c_str(), "%u.%u.%u.%u%c", &a, &b, &c, &d, &tail) == 4 && a < 256 && b < 256 &&
+         c < 256 && d < 256;
+}
+
+bool is_failable_call(const std::string& call) {
+  static const char* const kCalls[] = {"init",
+                                       "enum",
+                                       "enum-null",
+                                       "create",
+                                       "fingerprint",
+                                       "connect",
+                                       "get-properties",
+                                       "release-properties",
+                                       "get-lv-properties",
+                                       "release-lv-properties",
+                                       "menu",
+                                       "lut",
+                                       "live-view"};
+  for (const char* name : kCalls) {
+    if (call == name) return true;
+  }
+  return false;
+}
+
+// Parses the words of one directive; returns "" or what is wrong.
+std::string parse_directive(const std::vector<std::string>& w, Scenario* s) {
+  const std::string& d = w[0];
+  const std::size_t n = w.size();
+  if (d == "sdk-version") {
+    unsigned major, minor, patch;
+    char tail = 0;
+    if (n != 2 || std::sscanf(w[1].c_str(), "%u.%u.%u%c", &major, &minor, &patch, &tail) != 3 ||
+        major > 255 || minor > 255 || patch > 255) {
+      return "sdk-version needs MAJOR.MINOR.PATCH";
+    }
+    s->sdk_version = major << 24 | minor << 16 | patch << 8;
+  } else if (d == "camera") {
+    if (n < 4) return "camera needs TYPE MODEL and an id";
+    ScenarioCamera camera;
+    camera.type = w[1];
+    camera.model = w[2];
+    camera.id = w[3];
+    if (camera.type == "IP") {
+      if (n < 5 || n > 6) return "camera IP needs MODEL ADDRESS MAC [ssh|no-ssh]";
+      if (!parse_ipv4(w[3])) return "bad IPv4 address: " + w[3];
+      if (!parse_mac(w[4], camera.mac)) return "bad MAC address: " + w[4];
+      if (n == 6) {
+        if (w[5] == "ssh") {
+          camera.ssh = 1;
+        } else if (w[5] == "no-ssh") {
+          camera.ssh = 0;
+        } else {
+          return "expected ssh or no-ssh: " + w[5];
+        }
+      }
+    } else if (n != 4) {
+      return "camera " + camera.type + " needs MODEL and one id";
+    }
+    s->cameras.push_back(camera);
+  } else if (d == "connect-version") {
+    if (n != 2 || !parse_u32(w[1], &s->connect_version)) return "connect-version needs a number";
+  } else if (d == "property") {
+    if (n < 5) return "property needs CODE TYPE VALUE rw|ro";
+    ScenarioProperty p;
+    if (!parse_u32(w[1], &p.code)) return "bad property code: " + w[1];
+    if (!parse_type(w[2], &p.type)) return "unknown data type: " + w[2];
+    if (p.type == SCRSDK::CrDataType_STR) {
+      if (w[3].size() < 2 || w[3].front() != '"') return "a STR value is a double-quoted text";
+      p.text = w[3].substr(1, w[3].size() - 2);
+    } else if (!parse_number(w[3], &p.value)) {
+      return "bad value: " + w[3];
+    }
+    if (w[4] == "rw") {
+      p.writable = true;
+    } else if (w[4] == "ro") {
+      p.writable = false;
+    } else {
+      return "expected rw or ro: " + w[4];
+    }
+    for (std::size_t i = 5; i < n; ++i) {
+      uint64_t candidate = 0;
+      if (!parse_number(w[i], &candidate)) return "bad candidate: " + w[i];
+      p.candidates.push_back(candidate);
+    }
+    for (ScenarioProperty& existing : s->properties) {
+      if (existing.code == p.code) {
+        existing = p;
+        return "";
+      }
+    }
+    s->properties.push_back(p);
+  } else if (d == "lv-property") {
+    ScenarioLiveViewProperty lv;
+    if (n < 2 || n > 3 || !parse_u32(w[1], &lv.code)) return "lv-property needs CODE [TIMECODE]";
+    if (n == 3 && !parse_u32(w[2], &lv.time_code)) return "bad time code: " + w[2];
+    s->lv_properties.push_back(lv);
+  } else if (d == "confirm") {
+    if (n == 2 && w[1] == "never") {
+      s->confirm_never = true;
+    } else if (n == 2 && parse_u32(w[1], &s->confirm_ms)) {
+      s->confirm_never = false;
+    } else {
+      return "confirm needs DELAY_MS or never";
+    }
+  } else if (d == "menu-result") {
+    if (n != 2 || (w[1] != "success" && w[1] != "error")) return "menu-result needs success or error";
+    s->menu_success = w[1] == "success";
+  } else if (d == "fail") {
+    if (n >= 2 && w[1] == "set") {
+      uint32_t code = 0, result = 0;
+      if (n != 4 || !parse_u32(w[2], &code) || !parse_u32(w[3], &result)) return "fail set needs CODE RESULT";
+      s->set_failures[code] = result;
+    } else {
+      if (n < 2 || n > 3 || !is_failable_call(w[1])) return "fail needs a known CALL [CODE]";
+      uint32_t result = SCRSDK::CrError_Generic;
+      if (n == 3 && !parse_u32(w[2], &result)) return "bad result code: " + w[2];
+      if (w[1] == "init") {
+        s->fail_init = true;
+      } else {
+        s->failures[w[1]] = result;
+      }
+    }
+  } else if (d == "after") {
+    ScenarioEvent event;
+    if (n < 3 || !parse_u32(w[1], &event.after_ms)) return "after needs MS EVENT";
+    for (std::size_t i = 2; i < n; ++i) event.line += (i > 2 ? " " : "") + w[i];
+    ControlEvent parsed;
+    if (!parse_control_line(event.line, &parsed)) return "unknown event: " + event.line;
+    s->events.push_back(event);
+  } else {
+    return "unknown directive: " + d;
+  }
+  return "";
+}
+
+}  // namespace
+
+uint32_t element_width(uint32_t type) {
+  if (type == SCRSDK::CrDataType_STR) return 1;
+  switch (type & 0xF) {
+    case 1:
+      return 1;
+    case 2:
+      return 2;
+    case 3:
+      return 4;
+    case 4:
+      return 8;
+    case 5:
+      return 16;
+    default:
+      return 1;
+  }
+}
+
+bool parse_scenario(const std::string& text, Scenario* scenario, std::string* error) {
+  Scenario parsed;
+  std::size_t start = 0;
+  int line_no = 0;
+  while (start <= text.size()) {
+    std::size_t end = text.find('\n', start);
+    if (end == std::string::npos) end = text.size();
+    const std::string line = text.substr(start, end - start);
+    start = end + 1;
+    ++line_no;
+    std::vector<std::string> words;
+    std::string wrong;
+    if (!split(line, &words)) {
+      wrong = "unterminated text";
+    } else if (!words.empty()) {
+      wrong = parse_directive(words, &parsed);
+    }
+    if (!wrong.empty()) {
+      if (error != nullptr) *error = std::to_string(line_no) + ": " + wrong;
+      return false;
+    }
+  }
+  *scenario = parsed;
+  return true;
+}
+
+bool parse_control_line(const std::string& line, ControlEvent* event) {
+  std::vector<std::string> w;
+  if (!split(line, &w) || w.empty()) return false;
+  const std::size_t n = w.size();
+  ControlEvent e;
+  const std::string& d = w[0];
+  auto one_code = [&](ControlKind kind) {
+    e.kind = kind;
+    return n == 2 && parse_u32(w[1], &e.code);
+  };
+  bool ok = false;
+  if (d == "disconnect") {
+    ok = one_code(ControlKind::kDisconnect);
+  } else if (d == "error") {
+    ok = one_code(ControlKind::kError);
+  } else if (d == "warning") {
+    ok = one_code(ControlKind::kWarning);
+  } else if (d == "warning-ext") {
+    e.kind = ControlKind::kWarningExt;
+    ok = n == 5 && parse_u32(w[1], &e.code);
+    for (int i = 0; ok && i < 3; ++i) {
+      uint64_t v = 0;
+      ok = parse_number(w[2 + i], &v);
+      e.params[i] = static_cast<int32_t>(static_cast<uint32_t>(v));
+    }
+  } else if (d == "change") {
+    e.kind = ControlKind::kChange;
+    ok = n == 3 && parse_u32(w[1], &e.code) && parse_number(w[2], &e.value);
+  } else if (d == "notify" || d == "lv-notify") {
+    e.kind = d == "notify" ? ControlKind::kNotify : ControlKind::kLvNotify;
+    ok = n >= 2;
+    for (std::size_t i = 1; ok && i < n; ++i) {
+      uint32_t code = 0;
+      ok = parse_u32(w[i], &code);
+      e.codes.push_back(code);
+    }
+  } else if (d == "download") {
+    e.kind = ControlKind::kDownload;
+    ok = n == 2;
+    if (ok) e.name = w[1];
+  } else if (d == "contents-transfer") {
+    e.kind = ControlKind::kContentsTransfer;
+    ok = n == 1;
+  }
+  if (ok) *event = e;
+  return ok;
+}
+
+}  // namespace sim

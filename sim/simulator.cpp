@@ -1,0 +1,546 @@
+// The simulated camera's state, its callback delivery thread, the control
+// FIFO reader and the trace.
+#include "sim/simulator.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+
+#include "sim/trace_format.h"
+
+namespace sim {
+
+namespace {
+
+std::string callback_trace(const Callback& c) {
+  switch (c.kind) {
+    case Callback::Kind::kConnected:
+      return "callback OnConnected version=" + std::to_string(c.value);
+    case Callback::Kind::kDisconnected:
+      return "callback OnDisconnected error=" + hex(c.value);
+    case Callback::Kind::kError:
+      return "callback OnError error=" + hex(c.value);
+    case Callback::Kind::kWarning:
+      return "callback OnWarning warning=" + hex(c.value);
+    case Callback::Kind::kWarningExt:
+      return "callback OnWarningExt warning=" + hex(c.value) + " param1=" + std::to_string(c.params[0]) +
+             " param2=" + std::to_string(c.params[1]) + " param3=" + std::to_string(c.params[2]);
+    case Callback::Kind::kPropertyChanged:
+      return "callback OnPropertyChanged";
+    case Callback::Kind::kPropertyChangedCodes:
+      return "callback OnPropertyChangedCodes codes=" + hex_list(c.codes);
+    case Callback::Kind::kLvPropertyChangedCodes:
+      return "callback OnLvPropertyChangedCodes codes=" + hex_list(c.codes);
+    case Callback::Kind::kCompleteDownload:
+      return "callback OnCompleteDownload filename=" + c.name;
+    case Callback::Kind::kContentsTransfer:
+      return "callback OnNotifyContentsTransfer notify=0x0 handle=0";
+  }
+  return "callback";
+}
+
+void deliver(SCRSDK::IDeviceCallback* target, Callback c) {
+  switch (c.kind) {
+    case Callback::Kind::kConnected:
+      target->OnConnected(static_cast<SCRSDK::DeviceConnectionVersioin>(c.value));
+      break;
+    case Callback::Kind::kDisconnected:
+      target->OnDisconnected(c.value);
+      break;
+    case Callback::Kind::kError:
+      target->OnError(c.value);
+      break;
+    case Callback::Kind::kWarning:
+      target->OnWarning(c.value);
+      break;
+    case Callback::Kind::kWarningExt:
+      target->OnWarningExt(c.value, c.params[0], c.params[1], c.params[2]);
+      break;
+    case Callback::Kind::kPropertyChanged:
+      target->OnPropertyChanged();
+      break;
+    case Callback::Kind::kPropertyChangedCodes:
+      target->OnPropertyChangedCodes(static_cast<CrInt32u>(c.codes.size()), c.codes.data());
+      break;
+    case Callback::Kind::kLvPropertyChangedCodes:
+      target->OnLvPropertyChangedCodes(static_cast<CrInt32u>(c.codes.size()), c.codes.data());
+      break;
+    case Callback::Kind::kCompleteDownload:
+      target->OnCompleteDownload(&c.name[0]);
+      break;
+    case Callback::Kind::kContentsTransfer:
+      target->OnNotifyContentsTransfer(0, 0);
+      break;
+  }
+}
+
+bool read_file(const std::string& path, std::string* text, std::string* error) {
+  std::ifstream in(path);
+  if (!in) {
+    *error = std::strerror(errno);
+    return false;
+  }
+  std::stringstream buffer;
+  buffer << in.rdbuf();
+  *text = buffer.str();
+  return true;
+}
+
+void report(const std::string& what) {
+  const std::string line = "vk-sony simulator: " + what + "\n";
+  std::fputs(line.c_str(), stderr);
+  std::fflush(stderr);
+}
+
+void join_or_detach(std::thread* thread) {
+  if (!thread->joinable()) return;
+  // Release from inside a callback cannot join its own thread.
+  if (thread->get_id() == std::this_thread::get_id()) {
+    thread->detach();
+  } else {
+    thread->join();
+  }
+}
+
+}  // namespace
+
+Simulator& Simulator::instance() {
+  static Simulator* simulator = new Simulator();  // never destroyed: threads may use it until exit
+  return *simulator;
+}
+
+// ---- trace ----
+
+void Simulator::trace(const std::string& line) {
+  std::lock_guard<std::mutex> lock(trace_mu_);
+  const Clock::time_point now = Clock::now();
+  if (!t0_set_) {
+    t0_ = now;
+    t0_set_ = true;
+  }
+  trace_lines_.push_back(line);
+  if (trace_fd_ >= 0) {
+    const long long us = std::chrono::duration_cast<std::chrono::microseconds>(now - t0_).count();
+    const std::string out = std::to_string(us) + " " + line + "\n";
+    // One write() on an O_APPEND descriptor keeps lines whole.
+    if (::write(trace_fd_, out.data(), out.size()) < 0) {
+      // Nothing to do: the trace is best effort.
+    }
+  }
+}
+
+std::vector<std::string> Simulator::trace_lines() {
+  std::lock_guard<std::mutex> lock(trace_mu_);
+  return trace_lines_;
+}
+
+void Simulator::clear_trace() {
+  std::lock_guard<std::mutex> lock(trace_mu_);
+  trace_lines_.clear();
+}
+
+void Simulator::open_environment() {
+  {
+    std::lock_guard<std::mutex> lock(trace_mu_);
+    const char* path = std::getenv("VK_SONY_SIM_TRACE");
+    if (path != nullptr && *path != '\0' && trace_fd_ < 0) {
+      trace_fd_ = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
+      if (trace_fd_ < 0) report(std::string(path) + ": " + std::strerror(errno));
+    }
+  }
+  const char* control = std::getenv("VK_SONY_SIM_CONTROL");
+  std::lock_guard<std::mutex> lock(mu_);
+  control_path_ = control != nullptr ? control : "";
+}
+
+// ---- scenario ----
+
+bool Simulator::init_scenario() {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (!loaded_by_test_) {
+    const char* env = std::getenv("VK_SONY_SIM_SCENARIO");
+    std::string path = "default.scenario";
+    std::string text = kDefaultScenario;
+    std::string error;
+    if (env != nullptr && *env != '\0') {
+      path = env;
+      if (!read_file(path, &text, &error)) {
+        report(path + ": " + error);
+        return false;
+      }
+    }
+    Scenario parsed;
+    if (!parse_scenario(text, &parsed, &error)) {
+      report(path + ":" + error);
+      return false;
+    }
+    scenario_ = parsed;
+    props_ = scenario_.properties;
+    loaded_ = true;
+  }
+  return !scenario_.fail_init;
+}
+
+bool Simulator::load_scenario_text(const std::string& text, std::string* error) {
+  Scenario parsed;
+  if (!parse_scenario(text, &parsed, error)) return false;
+  std::lock_guard<std::mutex> lock(mu_);
+  scenario_ = parsed;
+  props_ = scenario_.properties;
+  loaded_ = true;
+  loaded_by_test_ = true;
+  return true;
+}
+
+uint32_t Simulator::peek_sdk_version() {
+  {
+    std::lock_guard<std::mutex> lock(mu_);
+    if (loaded_) return scenario_.sdk_version;
+  }
+  const char* env = std::getenv("VK_SONY_SIM_SCENARIO");
+  std::string text = kDefaultScenario;
+  std::string error;
+  Scenario parsed;
+  if (env != nullptr && *env != '\0' && !read_file(env, &text, &error)) return parsed.sdk_version;
+  if (!parse_scenario(text, &parsed, &error)) return Scenario().sdk_version;
+  return parsed.sdk_version;
+}
+
+Scenario Simulator::scenario() {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (!loaded_) {
+    // Calls made without Init see the default scenario.
+    std::string error;
+    if (parse_scenario(kDefaultScenario, &scenario_, &error)) {
+      props_ = scenario_.properties;
+      loaded_ = true;
+    }
+  }
+  return scenario_;
+}
+
+// ---- device ----
+
+CrInt64 Simulator::connect(SCRSDK::IDeviceCallback* callback) {
+  std::lock_guard<std::mutex> lock(mu_);
+  handle_ = ++next_handle_;
+  callback_ = callback;
+  connected_ = true;
+  ++generation_;
+  start_threads_locked();
+  std::vector<uint32_t> codes;
+  for (const ScenarioProperty& p : props_) codes.push_back(p.code);
+  std::vector<uint32_t> lv_codes;
+  for (const ScenarioLiveViewProperty& p : scenario_.lv_properties) lv_codes.push_back(p.code);
+  Callback connected;
+  connected.kind = Callback::Kind::kConnected;
+  connected.value = scenario_.connect_version;
+  Callback changed;
+  changed.kind = Callback::Kind::kPropertyChangedCodes;
+  changed.codes = codes;
+  Callback lv_changed;
+  lv_changed.kind = Callback::Kind::kLvPropertyChangedCodes;
+  lv_changed.codes = lv_codes;
+  queue_locked({connected, changed, lv_changed}, std::chrono::milliseconds(0), true);
+  for (const ScenarioEvent& event : scenario_.events) {
+    ControlEvent parsed;
+    if (parse_control_line(event.line, &parsed)) {
+      apply_locked(parsed, std::chrono::milliseconds(event.after_ms), false);
+    }
+  }
+  return handle_;
+}
+
+void Simulator::disconnect(CrInt64 handle) {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (handle != handle_) return;
+  connected_ = false;
+  ++generation_;  // drops whatever is still queued
+  cv_.notify_all();
+}
+
+void Simulator::release_device(CrInt64 handle) {
+  std::lock_guard<std::mutex> lock(mu_);
+  if (handle != handle_ || handle_ == 0) return;
+  connected_ = false;
+  ++generation_;
+  handle_ = 0;
+  callback_ = nullptr;
+  cv_.notify_all();
+}
+
+bool Simulator::knows(CrInt64 handle) {
+  std::lock_guard<std::mutex> lock(mu_);
+  return handle_ != 0 && handle == handle_;
+}
+
+// ---- properties ----
+
+bool Simulator::find_property(uint32_t code, ScenarioProperty* property) {
+  std::lock_guard<std::mutex> lock(mu_);
+  for (const ScenarioProperty& p : props_) {
+    if (p.code == code) {
+      *property = p;
+      return true;
+    }
+  }
+  return false;
+}
+
+std::vector<ScenarioProperty> Simulator::properties() {
+  std::lock_guard<std::mutex> lock(mu_);
+  return props_;
+}
+
+bool Simulator::store_value(uint32_t code, uint64_t value) {
+  std::lock_guard<std::mutex> lock(mu_);
+  return store_value_locked(code, value);
+}
+
+bool Simulator::store_value_locked(uint32_t code, uint64_t value) {
+  for (ScenarioProperty& p : props_) {
+    if (p.code == code) {
+      if (p.value == value) return false;
+      p.value = value;
+      return true;
+    }
+  }
+  return false;
+}
+
+// ---- callback queue ----
+
+void Simulator::queue(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited) {
+  std::lock_guard<std::mutex> lock(mu_);
+  queue_locked(std::move(callbacks), delay, awaited);
+}
+
+void Simulator::queue_locked(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited) {
+  if (!connected_) return;
+  const Clock::time_point due = Clock::now() + delay;
+  for (Callback& c : callbacks) queue_.push_back(Entry{due, seq_++, generation_, awaited, std::move(c)});
+  cv_.notify_all();
+}
+
+void Simulator::apply(const ControlEvent& event, std::chrono::milliseconds delay, bool awaited) {
+  std::lock_guard<std::mutex> lock(mu_);
+  apply_locked(event, delay, awaited);
+}
+
+void Simulator::apply_locked(const ControlEvent& event, std::chrono::milliseconds delay, bool awaited) {
+  Callback c;
+  c.value = event.code;
+  switch (event.kind) {
+    case ControlKind::kDisconnect:
+      c.kind = Callback::Kind::kDisconnected;
+      break;
+    case ControlKind::kError:
+      c.kind = Callback::Kind::kError;
+      break;
+    case ControlKind::kWarning:
+      c.kind = Callback::Kind::kWarning;
+      break;
+    case ControlKind::kWarningExt:
+      c.kind = Callback::Kind::kWarningExt;
+      std::copy(event.params, event.params + 3, c.params);
+      break;
+    case ControlKind::kChange: {
+      // A timed change takes effect when it is due, not when it is queued.
+      if (delay.count() == 0) store_value_locked(event.code, event.value);
+      Callback changed;
+      changed.kind = Callback::Kind::kPropertyChanged;
+      Callback codes;
+      codes.kind = Callback::Kind::kPropertyChangedCodes;
+      codes.codes = {event.code};
+      if (delay.count() != 0) {
+        changed.value = event.code;
+        changed.name = std::to_string(event.value);  // the value to store on delivery
+      }
+      queue_locked({changed, codes}, delay, awaited);
+      return;
+    }
+    case ControlKind::kNotify:
+      c.kind = Callback::Kind::kPropertyChangedCodes;
+      c.codes = event.codes;
+      break;
+    case ControlKind::kLvNotify:
+      c.kind = Callback::Kind::kLvPropertyChangedCodes;
+      c.codes = event.codes;
+      break;
+    case ControlKind::kDownload:
+      c.kind = Callback::Kind::kCompleteDownload;
+      c.name = event.name;
+      break;
+    case ControlKind::kContentsTransfer:
+      c.kind = Callback::Kind::kContentsTransfer;
+      break;
+  }
+  queue_locked({c}, delay, awaited);
+}
+
+bool Simulator::wait_idle(std::chrono::milliseconds timeout) {
+  std::unique_lock<std::mutex> lock(mu_);
+  const Clock::time_point called = Clock::now();
+  return cv_.wait_until(lock, called + timeout, [&] {
+    if (busy_) return false;
+    for (const Entry& e : queue_) {
+      if (e.generation == generation_ && (e.awaited || e.due <= called)) return false;
+    }
+    return true;
+  });
+}
+
+uint32_t Simulator::next_frame() {
+  std::lock_guard<std::mutex> lock(mu_);
+  return ++frame_no_;
+}
+
+void Simulator::start_threads_locked() {
+  stop_ = false;
+  if (!dispatcher_.joinable()) dispatcher_ = std::thread([this] { dispatch_loop(); });
+  if (!control_path_.empty() && !control_reader_.joinable() && ::pipe(control_wake_) == 0) {
+    control_reader_ =
+        std::thread([this, path = control_path_, fd = control_wake_[0]] { control_loop(path, fd); });
+  }
+}
+
+void Simulator::dispatch_loop() {
+  std::unique_lock<std::mutex> lock(mu_);
+  while (!stop_) {
+    if (queue_.empty()) {
+      cv_.wait(lock);
+      continue;
+    }
+    auto next = std::min_element(queue_.begin(), queue_.end(), [](const Entry& a, const Entry& b) {
+      return a.due != b.due ? a.due < b.due : a.seq < b.seq;
+    });
+    if (next->due > Clock::now()) {
+      cv_.wait_until(lock, next->due);
+      continue;
+    }
+    Entry entry = std::move(*next);
+    queue_.erase(next);
+    if (entry.generation != generation_ || !connected_ || callback_ == nullptr) {
+      cv_.notify_all();
+      continue;
+    }
+    if (entry.callback.kind == Callback::Kind::kPropertyChanged && !entry.callback.name.empty()) {
+      store_value_locked(entry.callback.value, std::strtoull(entry.callback.name.c_str(), nullptr, 10));
+    }
+    SCRSDK::IDeviceCallback* target = callback_;
+    const bool ends_connection = entry.callback.kind == Callback::Kind::kDisconnected;
+    busy_ = true;
+    lock.unlock();
+    trace(callback_trace(entry.callback));
+    deliver(target, std::move(entry.callback));
+    lock.lock();
+    busy_ = false;
+    if (ends_connection && entry.generation == generation_) {
+      connected_ = false;
+      ++generation_;
+    }
+    cv_.notify_all();
+  }
+}
+
+// ---- control FIFO ----
+
+void Simulator::control_loop(std::string path, int wake_fd) {
+  if (::mkfifo(path.c_str(), 0600) != 0 && errno != EEXIST) {
+    report("control: " + path + ": " + std::strerror(errno));
+  }
+  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) report("control: " + path + ": " + std::strerror(errno));
+  // Holding a write end ourselves keeps the FIFO from reporting end of file
+  // between writers that open and close it.
+  const int keep_open = fd < 0 ? -1 : ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  std::string pending;
+  for (;;) {
+    pollfd fds[2] = {{wake_fd, POLLIN, 0}, {fd, POLLIN, 0}};
+    const int ready = ::poll(fds, fd < 0 ? 1 : 2, -1);
+    if (ready < 0 && errno == EINTR) continue;
+    if (ready < 0 || (fds[0].revents & (POLLIN | POLLHUP)) != 0) break;
+    if ((fds[1].revents & POLLIN) == 0) continue;
+    char buffer[512];
+    const ssize_t got = ::read(fd, buffer, sizeof buffer);
+    if (got <= 0) continue;
+    pending.append(buffer, static_cast<std::size_t>(got));
+    std::size_t newline;
+    while ((newline = pending.find('\n')) != std::string::npos) {
+      handle_control_line(pending.substr(0, newline));
+      pending.erase(0, newline + 1);
+    }
+  }
+  if (keep_open >= 0) ::close(keep_open);
+  if (fd >= 0) ::close(fd);
+}
+
+void Simulator::handle_control_line(const std::string& raw) {
+  std::string line = raw;
+  while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t')) line.pop_back();
+  if (line.find_first_not_of(" \t") == std::string::npos) return;
+  ControlEvent event;
+  if (!parse_control_line(line, &event)) {
+    report("control: " + line);
+    return;
+  }
+  apply(event);
+}
+
+// ---- shutdown ----
+
+void Simulator::shut_down(bool forget_scenario) {
+  std::thread dispatcher;
+  std::thread control_reader;
+  {
+    std::lock_guard<std::mutex> lock(mu_);
+    stop_ = true;
+    connected_ = false;
+    ++generation_;
+    cv_.notify_all();
+    if (control_wake_[1] >= 0 && ::write(control_wake_[1], "x", 1) < 0) {
+      // The reader also stops on the pipe's hang-up below.
+    }
+    dispatcher = std::move(dispatcher_);
+    control_reader = std::move(control_reader_);
+  }
+  join_or_detach(&dispatcher);
+  join_or_detach(&control_reader);
+  {
+    std::lock_guard<std::mutex> lock(mu_);
+    for (int& fd : control_wake_) {
+      if (fd >= 0) ::close(fd);
+      fd = -1;
+    }
+    stop_ = false;
+    queue_.clear();
+    busy_ = false;
+    callback_ = nullptr;
+    handle_ = 0;
+    if (forget_scenario) {
+      loaded_ = false;
+      loaded_by_test_ = false;
+      scenario_ = Scenario();
+      props_.clear();
+      frame_no_ = 0;
+    }
+  }
+  std::lock_guard<std::mutex> lock(trace_mu_);
+  if (trace_fd_ >= 0) ::close(trace_fd_);
+  trace_fd_ = -1;
+  if (forget_scenario) {
+    trace_lines_.clear();
+    t0_set_ = false;
+  }
+}
+
+}  // namespace sim

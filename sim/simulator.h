@@ -1,0 +1,144 @@
+// The simulated camera's state: the loaded scenario, the connected device,
+// the callback queue with its delivery thread, the control FIFO reader and
+// the trace. One process-wide instance; every member is thread-safe.
+#ifndef VK_SONY_SIM_SIMULATOR_H
+#define VK_SONY_SIM_SIMULATOR_H
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <mutex>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CameraRemote_SDK.h"
+#include "IDeviceCallback.h"
+#include "sim/sim_internal.h"
+
+namespace sim {
+
+// One callback to deliver.
+struct Callback {
+  enum class Kind {
+    kConnected,
+    kDisconnected,
+    kError,
+    kWarning,
+    kWarningExt,
+    kPropertyChanged,
+    kPropertyChangedCodes,
+    kLvPropertyChangedCodes,
+    kCompleteDownload,
+    kContentsTransfer,
+  };
+  Kind kind = Kind::kWarning;
+  uint32_t value = 0;  // version, error or warning code
+  int32_t params[3] = {};
+  std::vector<uint32_t> codes;
+  std::string name;
+};
+
+class Simulator {
+ public:
+  using Clock = std::chrono::steady_clock;
+
+  static Simulator& instance();
+
+  // Trace: one line per SDK call and per delivered callback. `line` is
+  // without the time stamp.
+  void trace(const std::string& line);
+  std::vector<std::string> trace_lines();
+  void clear_trace();
+
+  // Scenario. init_scenario() loads the one named by VK_SONY_SIM_SCENARIO
+  // (or the default) unless a test loaded one; errors go to stderr and make
+  // it return false. peek_sdk_version() never reports anything.
+  [[nodiscard]] bool init_scenario();
+  [[nodiscard]] bool load_scenario_text(const std::string& text, std::string* error);
+  uint32_t peek_sdk_version();
+  Scenario scenario();  // a copy
+
+  // Opens the trace file named by VK_SONY_SIM_TRACE (if any) and notes the
+  // control FIFO path of VK_SONY_SIM_CONTROL.
+  void open_environment();
+
+  // Device life cycle. connect() queues the connection callbacks and the
+  // scenario's timed events and starts the control reader.
+  CrInt64 connect(SCRSDK::IDeviceCallback* callback);
+  void disconnect(CrInt64 handle);
+  void release_device(CrInt64 handle);
+  // True while `handle` names the device (from Connect to ReleaseDevice).
+  bool knows(CrInt64 handle);
+
+  // Properties of the connected camera (live values).
+  bool find_property(uint32_t code, ScenarioProperty* property);
+  std::vector<ScenarioProperty> properties();
+  // Stores `value`; returns true when it differed from the current one.
+  bool store_value(uint32_t code, uint64_t value);
+
+  // Queues callbacks `delay` from now (`awaited`: wait_idle waits for them
+  // even before they are due).
+  void queue(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited = true);
+  // Applies one parsed control event (store a change, queue its callbacks).
+  void apply(const ControlEvent& event, std::chrono::milliseconds delay = std::chrono::milliseconds(0),
+             bool awaited = true);
+
+  [[nodiscard]] bool wait_idle(std::chrono::milliseconds timeout);
+
+  uint32_t next_frame();
+
+  // Stops and joins every simulator thread, forgets the device and closes
+  // the trace file. `forget_scenario` also unloads the scenario (reset()).
+  void shut_down(bool forget_scenario);
+
+ private:
+  struct Entry {
+    Clock::time_point due;
+    uint64_t seq;
+    uint64_t generation;
+    bool awaited;
+    Callback callback;
+  };
+
+  Simulator() = default;
+  void dispatch_loop();
+  void control_loop(std::string path, int wake_fd);
+  void handle_control_line(const std::string& line);
+  void start_threads_locked();
+  void queue_locked(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited);
+  void apply_locked(const ControlEvent& event, std::chrono::milliseconds delay, bool awaited);
+  bool store_value_locked(uint32_t code, uint64_t value);
+  void write_trace_file(const std::string& line);
+
+  std::mutex trace_mu_;
+  Clock::time_point t0_;                  // guarded by trace_mu_
+  bool t0_set_ = false;                   // guarded by trace_mu_
+  std::vector<std::string> trace_lines_;  // guarded by trace_mu_
+  int trace_fd_ = -1;                     // guarded by trace_mu_
+
+  std::mutex mu_;
+  std::condition_variable cv_;
+  bool loaded_ = false;                          // guarded by mu_
+  bool loaded_by_test_ = false;                  // guarded by mu_
+  Scenario scenario_;                            // guarded by mu_
+  std::vector<ScenarioProperty> props_;          // guarded by mu_
+  std::string control_path_;                     // guarded by mu_
+  SCRSDK::IDeviceCallback* callback_ = nullptr;  // guarded by mu_
+  CrInt64 handle_ = 0;                           // guarded by mu_
+  CrInt64 next_handle_ = 0;                      // guarded by mu_
+  bool connected_ = false;                       // guarded by mu_
+  uint64_t generation_ = 0;                      // guarded by mu_
+  std::vector<Entry> queue_;                     // guarded by mu_
+  uint64_t seq_ = 0;                             // guarded by mu_
+  bool busy_ = false;                            // guarded by mu_
+  bool stop_ = false;                            // guarded by mu_
+  uint32_t frame_no_ = 0;                        // guarded by mu_
+  std::thread dispatcher_;                       // guarded by mu_
+  std::thread control_reader_;                   // guarded by mu_
+  int control_wake_[2] = {-1, -1};               // guarded by mu_
+};
+
+}  // namespace sim
+
+#endif  // VK_SONY_SIM_SIMULATOR_H

@@ -1,0 +1,273 @@
+// Tests of the command reader: the word split, the dispatch of each verb to a
+// connected simulated camera, and the reading loop on a pipe.
+#include "protocol/command_reader.h"
+
+#include <gtest/gtest.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CameraRemote_SDK.h"
+#include "device/camera_device.h"
+#include "sim/sim_control.h"
+#include "tests/support/stdout_capture.h"
+
+namespace {
+
+constexpr char kScenario[] = R"(camera USB ILME-FX6 D10042
+property 0x729 UInt32 800 rw 400 800 1600
+property 0x115 UInt16 5600 rw
+property 0x126 Int8 0 rw
+property 0x183 UInt16 1 rw
+confirm 5
+menu-result success
+)";
+
+bool contains(const std::vector<std::string>& lines, const std::string& line) {
+  return std::find(lines.begin(), lines.end(), line) != lines.end();
+}
+
+// Trace lines that start with `prefix`.
+std::vector<std::string> traced(const std::string& prefix) {
+  std::vector<std::string> out;
+  for (const std::string& line : sim::trace()) {
+    if (line.rfind(prefix, 0) == 0) out.push_back(line);
+  }
+  return out;
+}
+
+TEST(SplitCommand, FourWordsOnAnyRunOfBlanks) {
+  struct Case {
+    const char* line;
+    const char* verb;
+    const char* name;
+    const char* value;
+    const char* extra;
+  };
+  const Case cases[] = {
+      {"", "", "", "", ""},
+      {"   \t ", "", "", "", ""},
+      {"RESET", "RESET", "", "", ""},
+      {"  set \t WB  5600", "set", "WB", "5600", ""},
+      {"action BUTTON APS_C 250 ignored words", "action", "BUTTON", "APS_C", "250"},
+      // Only the newline is stripped by the reader; a carriage return stays.
+      {"set WB 5600\r", "set", "WB", "5600\r", ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.line);
+    const CommandWords words = split_command(c.line);
+    EXPECT_EQ(words.verb, c.verb);
+    EXPECT_EQ(words.name, c.name);
+    EXPECT_EQ(words.value, c.value);
+    EXPECT_EQ(words.extra, c.extra);
+  }
+}
+
+class CommandReaderTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    sim::reset();
+    std::string error;
+    ASSERT_TRUE(sim::load_scenario(kScenario, &error)) << error;
+    ASSERT_TRUE(SCRSDK::Init());
+    SCRSDK::ICrCameraObjectInfo* info = nullptr;
+    CrInt8u serial[] = "D10042";
+    ASSERT_EQ(
+        SCRSDK::CreateCameraObjectInfoUSBConnection(
+            &info, static_cast<SCRSDK::CrCameraDeviceModelList>(camera_model_number("ILME-FX6")), serial),
+        SCRSDK::CrError_None);
+    ASSERT_EQ(SCRSDK::Connect(info, &device_, &device_.device_handle), SCRSDK::CrError_None);
+    info->Release();
+    ASSERT_TRUE(sim::wait_idle());
+    ASSERT_TRUE(device_.connected.load());
+    for (const auto& [code, row] : propertyTable) codes_[row.name] = code;
+    sim::clear_trace();
+    first_line_ = capture_.lines().size();
+  }
+
+  void TearDown() override {
+    (void)SCRSDK::Disconnect(device_.device_handle);
+    (void)SCRSDK::ReleaseDevice(device_.device_handle);
+    (void)SCRSDK::Release();
+    sim::reset();
+    running.store(true);
+  }
+
+  // Dispatches `line` and waits for the camera's answers.
+  void dispatch(const std::string& line) {
+    dispatch_command(&device_, codes_, line);
+    ASSERT_TRUE(sim::wait_idle());
+  }
+
+  // The stdout lines written since SetUp (or the last call).
+  std::vector<std::string> new_lines() {
+    std::vector<std::string> all = capture_.lines();
+    std::vector<std::string> fresh(all.begin() + static_cast<std::ptrdiff_t>(first_line_), all.end());
+    first_line_ = all.size();
+    return fresh;
+  }
+
+  StdoutCapture capture_;
+  CameraDeviceUSB device_;
+  PropertyCodes codes_;
+  size_t first_line_ = 0;
+};
+
+TEST_F(CommandReaderTest, EachVerbReachesItsOperation) {
+  struct Case {
+    const char* line;
+    std::vector<std::string> calls;  // trace prefixes expected, in order
+    const char* reply;               // expected stdout line, "" for none
+  };
+  const Case cases[] = {
+      {"action SHUTTER_PRESS 0", {"SendCommand id=0 param=1", "SendCommand id=0 param=0"}, "ACK"},
+      {"action BUTTON APS_C", {"SendCommand id=10 param=1", "SendCommand id=10 param=0"}, "ACK"},
+      {"action BUTTON APS_C 5", {"SendCommand id=10 param=1", "SendCommand id=10 param=0"}, "ACK"},
+      {"action BUTTON APS_C soon", {}, "NACK"},
+      {"action BUTTON MENU", {}, "NACK"},
+      {"action ZOOM 1", {}, "NACK"},
+      {"", {}, "NACK"},
+      {"   ", {}, "NACK"},
+      {"reset", {}, "NACK"},
+      {"RESET anything at all", {}, "ACK"},
+      {"set REC ON", {"SendCommand id=1 param=1"}, "ACK"},
+      {"set REC on", {}, "NACK"},
+      {"set ISO_SENSITIVITY 1600", {"SetDeviceProperty code=0x729 value=1600 "}, "ACK"},
+      {"set WB 3200", {"SetDeviceProperty code=0x115 value=3200 "}, "ACK"},
+      {"set COLORTEMP 4300", {"SetDeviceProperty code=0x115 value=4300 "}, "ACK"},
+      {"set ZOOM_OPERATION -1",
+       {"SetDeviceProperty code=0x126 value=18446744073709551615 type=0x1001"},
+       "ACK"},
+      {"set PROPERTY_BUTTON AWB",
+       {"SetDeviceProperty code=0x183 value=1 type=0x2002",
+        "SetDeviceProperty code=0x183 value=2 type=0x2002"},
+       "ACK"},
+      {"set PROPERTY_BUTTON NO_SUCH_KEY", {}, "NACK"},
+      {"set LUT_FILE /luts/look.cube 3", {"ImportLUTFile file=/luts/look.cube slot=3"}, "ACK"},
+      {"get MENU", {"RequestDisplayStringList"}, "ACK"},
+      {"get NO_SUCH_KEY", {}, "NACK"},
+      {"get ISO_SENSITIVITY", {}, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.line);
+    sim::clear_trace();
+    dispatch(c.line);
+    std::vector<std::string> calls;
+    for (const std::string& line : sim::trace()) {
+      if (line.rfind("callback", 0) != 0 && line.rfind("Get", 0) != 0 && line.rfind("Release", 0) != 0) {
+        calls.push_back(line);
+      }
+    }
+    ASSERT_EQ(calls.size(), c.calls.size());
+    for (size_t i = 0; i < calls.size(); ++i) EXPECT_EQ(calls[i].rfind(c.calls[i], 0), 0u) << calls[i];
+    const std::vector<std::string> lines = new_lines();
+    if (*c.reply != '\0') {
+      EXPECT_TRUE(contains(lines, c.reply));
+    }
+    // Exactly one reply per camera command, never both.
+    EXPECT_FALSE(contains(lines, "ACK") && contains(lines, "NACK"));
+  }
+}
+
+TEST_F(CommandReaderTest, SetWritesThenReportsAndGetReports) {
+  dispatch("set ISO_SENSITIVITY 1600");
+  std::vector<std::string> lines = new_lines();
+  auto ack = std::find(lines.begin(), lines.end(), "ACK");
+  ASSERT_NE(ack, lines.end());
+  auto status = std::find_if(lines.begin(), lines.end(), [](const std::string& l) {
+    return l.rfind("status ISO_SENSITIVITY 1600 ", 0) == 0;
+  });
+  ASSERT_NE(status, lines.end());
+
+  dispatch("get ISO_SENSITIVITY");
+  lines = new_lines();
+  ASSERT_EQ(lines.size(), 1u);
+  EXPECT_EQ(lines[0].rfind("status ISO_SENSITIVITY 1600 ", 0), 0u);
+}
+
+TEST_F(CommandReaderTest, UnknownSetNameIsRememberedAndSilencesGet) {
+  ASSERT_EQ(codes_.count("NO_SUCH_KEY"), 0u);
+  dispatch("set NO_SUCH_KEY 1");
+  EXPECT_TRUE(new_lines().empty());
+  ASSERT_EQ(codes_.count("NO_SUCH_KEY"), 1u);
+  EXPECT_EQ(codes_["NO_SUCH_KEY"], 0u);
+
+  // MENU and TC are answered only while they are not in the map.
+  dispatch("set MENU 1");
+  dispatch("set TC 1");
+  sim::clear_trace();
+  dispatch("get MENU");
+  dispatch("get TC");
+  dispatch("get NO_SUCH_KEY");
+  EXPECT_TRUE(new_lines().empty());
+  EXPECT_TRUE(traced("RequestDisplayStringList").empty());
+  EXPECT_TRUE(traced("GetLiveView").empty());
+}
+
+// A malformed number where a number is required ends the process: the
+// conversion error leaves the reader's thread uncaught.
+TEST(CommandReaderDeathTest, MalformedNumberEndsProcess) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  for (const char* line : {"action SHUTTER_PRESS", "action SHUTTER_PRESS soon", "set WB warm",
+                           "set ZOOM_OPERATION 99999999999", "set WB_TINT x", "set FOCUS_OPERATION"}) {
+    SCOPED_TRACE(line);
+    PropertyCodes codes;
+    EXPECT_DEATH(std::thread([&] { dispatch_command(nullptr, codes, line); }).join(), "");
+  }
+}
+
+// Runs the reading loop on a pipe fed with `input`. With `hang_up_first` the
+// write end is closed before the reader starts; otherwise only once the
+// reader has taken every byte.
+void feed_reader(CameraDevice* device, PropertyCodes& codes, const std::string& input, bool hang_up_first) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  ASSERT_EQ(write(fds[1], input.data(), input.size()), static_cast<ssize_t>(input.size()));
+  if (hang_up_first) close(fds[1]);
+  std::thread reader(read_commands, fds[0], device, std::ref(codes));
+  if (!hang_up_first) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+    int pending = 1;
+    while (std::chrono::steady_clock::now() < deadline && ioctl(fds[0], FIONREAD, &pending) == 0 &&
+           pending > 0) {
+      std::this_thread::yield();
+    }
+    EXPECT_EQ(pending, 0);
+    close(fds[1]);
+  }
+  reader.join();
+  close(fds[0]);
+}
+
+TEST_F(CommandReaderTest, ReadsLinesInOrderUntilHangUp) {
+  feed_reader(&device_, codes_, "RESET\nbogus\nRESET\n", false);
+  EXPECT_EQ(new_lines(), (std::vector<std::string>{"ACK", "NACK", "ACK", "END - elixir_handler_stdin"}));
+}
+
+TEST_F(CommandReaderTest, LastLineWithoutNewlineIsStillRead) {
+  feed_reader(&device_, codes_, "RESET", false);
+  EXPECT_EQ(new_lines(), (std::vector<std::string>{"ACK", "END - elixir_handler_stdin"}));
+}
+
+TEST_F(CommandReaderTest, HangUpEndsReaderBeforeUnreadInput) {
+  feed_reader(&device_, codes_, "RESET\nRESET\n", true);
+  EXPECT_EQ(new_lines(), std::vector<std::string>{"END - elixir_handler_stdin"});
+}
+
+TEST_F(CommandReaderTest, ShutdownRequestEndsReaderWithInputPending) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  ASSERT_EQ(write(fds[1], "RESET\n", 6), 6);
+  request_shutdown();
+  read_commands(fds[0], &device_, codes_);  // returns without reading
+  close(fds[0]);
+  close(fds[1]);
+  EXPECT_EQ(new_lines(), std::vector<std::string>{"END - elixir_handler_stdin"});
+}
+
+}  // namespace

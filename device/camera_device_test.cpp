@@ -1,0 +1,239 @@
+// Tests of the command gate, the device callbacks and property reporting,
+// against the simulated SDK.
+#include "device/camera_device.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "CameraRemote_SDK.h"
+#include "device/device_test_support.h"
+#include "sim/sim_control.h"
+#include "tests/support/stdout_capture.h"
+
+namespace {
+
+// Captures file descriptor 2 while it lives.
+class StderrCapture {
+ public:
+  StderrCapture() : path_(dir_.file("stderr.txt")) {
+    std::fflush(stderr);
+    saved_ = dup(2);
+    const int fd = open(path_.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
+    dup2(fd, 2);
+    close(fd);
+  }
+  ~StderrCapture() {
+    std::fflush(stderr);
+    dup2(saved_, 2);
+    close(saved_);
+  }
+  std::string text() {
+    std::fflush(stderr);
+    std::ifstream in(path_);
+    std::stringstream buffer;
+    buffer << in.rdbuf();
+    return buffer.str();
+  }
+
+ private:
+  TempDir dir_;
+  std::string path_;
+  int saved_ = -1;
+};
+
+TEST(CameraModels, ExactNamesOnlyAndUnknownIsZero) {
+  EXPECT_EQ(10u, camera_model_number("ILME-FX6"));
+  EXPECT_EQ(23u, camera_model_number("ILME-FX3A"));
+  EXPECT_EQ(8u, camera_model_number("ILME-FX3"));
+  for (const char* name : {"", "*", "ilme-fx6", "ILME-FX6 ", "ILME-FX"}) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(0u, camera_model_number(name));
+  }
+  for (uint32_t number = 0; number <= 23; ++number) {
+    SCOPED_TRACE(number);
+    const std::string name = camera_model_name(number);
+    if (number == 19 || number == 22) {
+      EXPECT_EQ("", name);
+    } else {
+      EXPECT_EQ(number, camera_model_number(name));
+    }
+  }
+}
+
+TEST(CommandGate, HandsOverBetweenThreadsAndToleratesDoubleRelease) {
+  CommandGate gate(false);
+  std::atomic<bool> passed{false};
+  std::thread waiter([&] {
+    gate.acquire();
+    passed = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  EXPECT_FALSE(passed.load()) << "a closed gate let a taker through";
+  gate.release();
+  waiter.join();
+  EXPECT_TRUE(passed.load());
+
+  // The taker closed it again; two releases leave it open exactly once.
+  gate.release();
+  gate.release();
+  gate.acquire();
+  std::atomic<bool> second{false};
+  std::thread again([&] {
+    gate.acquire();
+    second = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(30));
+  EXPECT_FALSE(second.load()) << "a double release opened the gate twice";
+  gate.release();
+  again.join();
+  EXPECT_TRUE(second.load());
+}
+
+TEST_F(CameraDeviceTest, CommandBeforeConnectedWaitsForOnConnected) {
+  ASSERT_TRUE(sim::load_scenario(kUsbFx6Scenario));
+  device_ = std::make_unique<CameraDeviceUSB>();
+  std::atomic<bool> done{false};
+  std::thread reader([&] {
+    device_->send_command(1, 1);
+    done = true;
+  });
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  EXPECT_FALSE(done.load()) << "a command ran before the camera connected";
+  connect_existing(10);
+  reader.join();
+  EXPECT_EQ(1, count_prefix(sim::trace(), "SendCommand id=1 param=1"));
+  EXPECT_EQ(1, count_line(capture_->lines(), "ACK"));
+}
+
+TEST_F(CameraDeviceTest, ReadyOnceAfterFirstBatch) {
+  connect_usb(kUsbFx6Scenario);
+  ASSERT_TRUE(sim::fire("notify 0x104"));
+  ASSERT_TRUE(sim::wait_idle());
+  const std::vector<std::string> lines = capture_->lines();
+  ASSERT_FALSE(lines.empty());
+  EXPECT_EQ("CONNECTED", lines.front());
+  EXPECT_EQ(1, count_line(lines, "READY"));
+  // READY follows the first batch's property lines.
+  const auto ready = std::find(lines.begin(), lines.end(), "READY");
+  const auto first_iso = std::find_if(lines.begin(), lines.end(),
+                                      [](const std::string& l) { return l.rfind("status ISO ", 0) == 0; });
+  EXPECT_LT(first_iso - lines.begin(), ready - lines.begin());
+  EXPECT_EQ(2, count_prefix(lines, "status ISO "));
+}
+
+TEST_F(CameraDeviceTest, NoReadyAfterFailedFetch) {
+  connect_usb(std::string(kUsbFx6Scenario) + "fail get-properties\n");
+  const std::vector<std::string> lines = capture_->lines();
+  EXPECT_EQ(1, count_line(lines, "get prop failed"));
+  EXPECT_EQ(0, count_line(lines, "READY"));
+  EXPECT_EQ(0, count_prefix(sim::trace(), "ReleaseDeviceProperties"));
+}
+
+TEST_F(CameraDeviceTest, BlackLevelAliasOnlyOnItsModels) {
+  const std::string scenario =
+      "camera IP PXW-Z200 192.168.1.30 00:11:22:33:44:55 no-ssh\n"
+      "property 0x2AC Int16 3 rw\n";
+  connect_ip(scenario, 20);
+  EXPECT_EQ(1, count_prefix(capture_->lines(), "status PP_BLACK_LEVEL 3 "));
+  EXPECT_EQ(0, count_prefix(capture_->lines(), "status PAINTLOOK_MASTER_BLACK "));
+
+  device_->model = 10;
+  device_->report_property(0x2AC);
+  EXPECT_EQ(1, count_prefix(capture_->lines(), "status PAINTLOOK_MASTER_BLACK 3 "));
+}
+
+TEST_F(CameraDeviceTest, UnknownAndNeverSeenCodes) {
+  connect_usb(kUsbFx6Scenario);
+  const size_t before = capture_->lines().size();
+  device_->report_property(0xFFFE);  // not a supported property: log only
+  EXPECT_EQ(before, capture_->lines().size());
+  device_->report_property(0x161);  // supported but never reported
+  EXPECT_EQ(1, count_prefix(capture_->lines(), "status SHUTTER_ECS_NUMBER "));
+}
+
+TEST_F(CameraDeviceTest, DisplayStringResults) {
+  connect_usb(kUsbFx6Scenario);
+  struct Case {
+    const char* warning;
+    const char* reply;
+  };
+  const Case cases[] = {{"warning 0x2002B", "ACK"}, {"warning 0x20030", "ACK"}, {"warning 0x2002C", "NACK"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.warning);
+    device_->command_gate->acquire();
+    device_->ack_pending = true;
+    const size_t before = capture_->lines().size();
+    ASSERT_TRUE(sim::fire(c.warning));
+    ASSERT_TRUE(sim::wait_idle());
+    const std::vector<std::string> lines = capture_->lines();
+    ASSERT_EQ(before + 1, lines.size());
+    EXPECT_EQ(c.reply, lines.back());
+    device_->plain_ack();  // the gate is open again: this would hang otherwise
+    device_->command_gate->acquire();
+    device_->command_gate->release();
+  }
+  // Settings read results say nothing at all.
+  const size_t before = capture_->lines().size();
+  ASSERT_TRUE(sim::fire("warning 0x20028"));
+  ASSERT_TRUE(sim::fire("warning 0x20029"));
+  ASSERT_TRUE(sim::wait_idle());
+  EXPECT_EQ(before, capture_->lines().size());
+}
+
+TEST_F(CameraDeviceTest, FatalEventsAreToldThreeWays) {
+  connect_usb(kUsbFx6Scenario);
+  struct Case {
+    const char* event;
+    const char* message;
+  };
+  const Case cases[] = {
+      {"error 0x8201",
+       "OnError requests shutdown: camera already handled by another program, status: 0x8201 (33281) "},
+      {"error 0x8216",
+       "OnError requests shutdown: connection failed (invalid login/password), status: 0x8216 (33302) "},
+      {"error 0x8202", "OnError requests shutdown, status: 0x8202 (33282) "},
+      {"warning 0x20002", "OnWarning requests shutdown, status: 0x20002 (131074) "},
+      {"warning 0x20007", "OnWarning requests shutdown, status: 0x20007 (131079) "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.event);
+    running = true;
+    StderrCapture err;
+    const size_t before = capture_->lines().size();
+    ASSERT_TRUE(sim::fire(c.event));
+    ASSERT_TRUE(sim::wait_idle());
+    EXPECT_NE(std::string::npos, err.text().find(c.message));
+    const std::vector<std::string> lines = capture_->lines();
+    ASSERT_EQ(before + 1, lines.size());
+    EXPECT_EQ("DISCONNECTED", lines.back());
+    EXPECT_FALSE(running.load());
+  }
+  // Error 0 is no error.
+  running = true;
+  StderrCapture err;
+  ASSERT_TRUE(sim::fire("error 0"));
+  ASSERT_TRUE(sim::wait_idle());
+  EXPECT_EQ("", err.text());
+  EXPECT_TRUE(running.load());
+}
+
+TEST_F(CameraDeviceTest, DownloadReportsDone) {
+  connect_usb(kUsbFx6Scenario);
+  ASSERT_TRUE(sim::fire("download clip.mxf"));
+  ASSERT_TRUE(sim::wait_idle());
+  EXPECT_EQ("status DOWNLOAD done", capture_->lines().back());
+}
+
+}  // namespace

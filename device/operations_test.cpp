@@ -1,0 +1,230 @@
+// Tests of the camera operations against the simulated SDK: the no-change
+// rule, refusals, stepping adjustments, recording, menu, LUT and time code.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "device/camera_device.h"
+#include "device/device_test_support.h"
+#include "sim/sim_control.h"
+
+namespace {
+
+constexpr char kFx6IpHead[] = "camera IP ILME-FX6 192.168.1.30 00:11:22:33:44:55 no-ssh\n";
+
+std::string set_line(const char* code, const std::string& value) {
+  return std::string("SetDeviceProperty code=") + code + " value=" + value + " ";
+}
+
+TEST_F(CameraDeviceTest, UnchangedValueIsAcknowledgedWithoutWriting) {
+  connect_usb(kUsbFx6Scenario);
+  sim::clear_trace();
+  device_->set_property_from_text(0x104, "400");
+  EXPECT_EQ(1, count_line(capture_->lines(), "ACK"));
+  EXPECT_TRUE(traced("SetDeviceProperty").empty());
+
+  // A real change waits for the camera's report before acknowledging.
+  device_->set_property_from_text(0x104, "800");
+  ASSERT_TRUE(wait_for_line("ACK", 2));
+  EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x104", "800")));
+  EXPECT_EQ(800u, sim::property_value(0x104));
+  // The gate was handed back by the camera's report.
+  device_->set_property_from_text(0x104, "800");
+  EXPECT_EQ(3, count_line(capture_->lines(), "ACK"));
+}
+
+TEST_F(CameraDeviceTest, AlwaysSendPropertyIsWrittenEvenWhenUnchanged) {
+  connect_usb(kUsbFx6Scenario);
+  sim::clear_trace();
+  SCRSDK::CrDeviceProperty zoom;
+  {
+    std::lock_guard<std::mutex> lock(device_->cache_mutex);
+    zoom = device_->properties[0x126];
+  }
+  device_->set_property(zoom, 0);
+  EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x126", "0")));
+}
+
+TEST_F(CameraDeviceTest, QuickAckWritesAndAnswersAtOnce) {
+  connect_usb(kUsbFx6Scenario, 10, /*quick=*/true);
+  sim::clear_trace();
+  device_->set_property_from_text(0x104, "400");
+  device_->set_property_from_text(0x104, "200");
+  EXPECT_EQ(2, count_line(capture_->lines(), "ACK"));
+  EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x104", "400")));
+  EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x104", "200")));
+  // The camera's confirmation must not add an ACK of its own.
+  ASSERT_TRUE(sim::wait_idle());
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+  ASSERT_TRUE(sim::wait_idle());
+  EXPECT_EQ(2, count_line(capture_->lines(), "ACK"));
+}
+
+TEST_F(CameraDeviceTest, RefusalsAnswerNackAndLeaveTheGateOpen) {
+  connect_usb(std::string(kUsbFx6Scenario) + "fail set 0x104 0x8402\n");
+  device_->set_property_from_text(0x104, "800");
+  device_->set_property_from_text(0xFFFE, "1");
+  device_->property_button(0x184);
+  EXPECT_EQ(3, count_line(capture_->lines(), "NACK"));
+  EXPECT_EQ(1, static_cast<int>(traced("SetDeviceProperty").size()));
+  // A following command is not blocked.
+  device_->set_property_from_text(0x104, "400");
+  EXPECT_EQ("ACK", capture_->lines().back());
+}
+
+TEST_F(CameraDeviceTest, PropertyButtonPressesAndReleases) {
+  connect_usb(std::string(kUsbFx6Scenario) + "property 0x183 UInt16Array 1 rw\n");
+  sim::clear_trace();
+  const auto start = std::chrono::steady_clock::now();
+  device_->property_button(0x183);
+  EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+  const std::vector<std::string> writes = traced("SetDeviceProperty");
+  ASSERT_EQ(2u, writes.size());
+  EXPECT_EQ(0u, writes[0].rfind(set_line("0x183", "1") + "type=0x2002", 0));
+  EXPECT_EQ(0u, writes[1].rfind(set_line("0x183", "2") + "type=0x2002", 0));
+  EXPECT_EQ(1, count_line(capture_->lines(), "ACK"));
+}
+
+TEST_F(CameraDeviceTest, WbStepsOnSteppingIpModel) {
+  struct Case {
+    const char* wb_property;
+    uint64_t kelvin;
+    std::vector<std::string> steps;
+  };
+  const Case cases[] = {
+      // A range with a 100 K step: 66 steps.
+      {"property 0x115 UInt16Range 3200 rw 2000 15000 100\n", 9800, {"30", "30", "6"}},
+      // Linear scale below 5641 K: 0.05 x (5000 - 3200) = 90 steps.
+      {"property 0x115 UInt16 3200 rw 3200 5600\n", 5000, {"30", "30", "30"}},
+      // Downwards, sign-extended: -66 steps.
+      {"property 0x115 UInt16Range 9800 rw 2000 15000 100\n",
+       3200,
+       {"18446744073709551586", "18446744073709551586", "18446744073709551610"}},
+      // Nothing to step still waits once and sends the final step.
+      {"property 0x115 UInt16Range 3200 rw 2000 15000 100\n", 3250, {"0"}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.kelvin);
+    disconnect_all();
+    connect_ip(std::string(kFx6IpHead) + c.wb_property + "property 0x15B Int16Range 0 rw\n", 10, true);
+    sim::clear_trace();
+    const int acks = count_line(capture_->lines(), "ACK");
+    const auto start = std::chrono::steady_clock::now();
+    device_->set_wb(c.kelvin);
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    const std::vector<std::string> writes = traced("SetDeviceProperty");
+    ASSERT_EQ(c.steps.size(), writes.size());
+    for (size_t i = 0; i < writes.size(); ++i) {
+      EXPECT_EQ(0u, writes[i].rfind(set_line("0x15b", c.steps[i]) + "type=0x5002", 0)) << writes[i];
+    }
+    const size_t sleeps = c.steps.size() > 1 ? c.steps.size() - 1 : 1;
+    EXPECT_GE(elapsed, std::chrono::milliseconds(100 * sleeps));
+    EXPECT_EQ(acks + 1, count_line(capture_->lines(), "ACK"));
+  }
+}
+
+TEST_F(CameraDeviceTest, AbsoluteTargetsStepFromRecentTargetOrCache) {
+  connect_usb(kUsbFx6Scenario, 10, /*quick=*/true);
+  sim::clear_trace();
+  device_->set_absolute_by_steps(0x15D, 10);  // first: from the cached 0
+  fake_now_ns = 1'000'000'000;
+  device_->set_absolute_by_steps(0x15D, 15);  // 1 s later: from the target 10
+  fake_now_ns = 1'500'000'000;
+  device_->set_absolute_by_steps(0x15D, 12);  // from 15: a negative step
+  ASSERT_TRUE(sim::fire("change 0x15D 20"));
+  ASSERT_TRUE(sim::wait_idle());
+  fake_now_ns = 4'000'000'000;
+  device_->set_absolute_by_steps(0x15D, 25);  // 2.5 s later: from the cache
+  const std::vector<std::string> writes = traced("SetDeviceProperty");
+  const std::vector<std::string> expected = {"10", "5", "18446744073709551613", "5"};
+  ASSERT_EQ(expected.size(), writes.size());
+  for (size_t i = 0; i < writes.size(); ++i) {
+    EXPECT_EQ(0u, writes[i].rfind(set_line("0x15e", expected[i]), 0)) << writes[i];
+  }
+  EXPECT_EQ(4, count_line(capture_->lines(), "ACK"));
+}
+
+TEST_F(CameraDeviceTest, RecordingToggleOnIpModels) {
+  for (uint32_t model : {10u, 17u, 20u, 21u}) {
+    SCOPED_TRACE(model);
+    disconnect_all();
+    connect_ip(std::string("camera IP ") + camera_model_name(model) + " 192.168.1.30 00:11:22:33:44:55 ssh\n",
+               model);
+    sim::clear_trace();
+    const int acks = count_line(capture_->lines(), "ACK");
+    const auto start = std::chrono::steady_clock::now();
+    device_->set_recording(0);
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(100));
+    const std::vector<std::string> commands = traced("SendCommand");
+    ASSERT_EQ(2u, commands.size());
+    EXPECT_EQ("SendCommand id=11 param=0", commands[0]);
+    EXPECT_EQ("SendCommand id=11 param=1", commands[1]);
+    EXPECT_EQ(acks + 1, count_line(capture_->lines(), "ACK"));
+  }
+  // Other models record with command 1 and refuse other values.
+  disconnect_all();
+  connect_ip("camera IP ILCE-7SM3 192.168.1.10 00:11:22:33:44:55 no-ssh\n", 3);
+  sim::clear_trace();
+  const int acks = count_line(capture_->lines(), "ACK");
+  device_->set_recording(1);
+  device_->set_recording(2);
+  EXPECT_EQ(std::vector<std::string>{"SendCommand id=1 param=1"}, traced("SendCommand"));
+  EXPECT_EQ(acks + 1, count_line(capture_->lines(), "ACK"));
+  EXPECT_EQ(1, count_line(capture_->lines(), "NACK"));
+}
+
+TEST_F(CameraDeviceTest, MenuAnswersWithTheCameraResult) {
+  struct Case {
+    const char* scenario_line;
+    const char* reply;
+  };
+  const Case cases[] = {
+      {"menu-result success\n", "ACK"}, {"menu-result error\n", "NACK"}, {"fail menu\n", "NACK"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.scenario_line);
+    disconnect_all();
+    connect_usb(std::string(kUsbFx6Scenario) + c.scenario_line);
+    const int before = count_line(capture_->lines(), c.reply);
+    device_->request_menu();
+    ASSERT_TRUE(wait_for_line(c.reply, before + 1));
+    ASSERT_TRUE(sim::wait_idle());
+    // The gate is open again for the next command.
+    device_->set_property_from_text(0x104, "400");
+    EXPECT_EQ("ACK", capture_->lines().back());
+  }
+}
+
+TEST_F(CameraDeviceTest, LutSlotComesOnlyFromExactTexts) {
+  connect_usb(kUsbFx6Scenario);
+  const std::pair<const char*, const char*> cases[] = {{"1", "1"}, {"16", "16"}, {"17", "0"}, {"01", "0"},
+                                                       {"0", "0"}, {"", "0"},    {" 3", "0"}};
+  for (const auto& [text, slot] : cases) {
+    SCOPED_TRACE(text);
+    sim::clear_trace();
+    device_->import_lut("looks/a.cube", text);
+    const std::vector<std::string> calls = traced("ImportLUTFile");
+    ASSERT_EQ(1u, calls.size());
+    EXPECT_EQ(0u, calls[0].rfind(std::string("ImportLUTFile file=looks/a.cube slot=") + slot + " ", 0))
+        << calls[0];
+    EXPECT_EQ("ACK", capture_->lines().back());
+  }
+}
+
+TEST_F(CameraDeviceTest, LutFailureAnswersNack) {
+  connect_usb(std::string(kUsbFx6Scenario) + "fail lut\n");
+  device_->import_lut("a.cube", "2");
+  EXPECT_EQ("NACK", capture_->lines().back());
+}
+
+TEST_F(CameraDeviceTest, TimecodeLineIsWrittenRaw) {
+  connect_usb(kUsbFx6Scenario);
+  const int acks = count_line(capture_->lines(), "ACK");
+  device_->read_timecode();
+  EXPECT_EQ("status TC 1234 [1234] RO", capture_->lines().back());
+  EXPECT_EQ(acks, count_line(capture_->lines(), "ACK"));
+}
+
+}  // namespace

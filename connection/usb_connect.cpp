@@ -11,7 +11,8 @@
 namespace {
 
 // Connection failures on USB are silent: release the SDK and exit.
-[[noreturn]] void fail_usb() {
+[[noreturn]] void fail_usb(CameraDevice* device = nullptr) {
+  delete device;
   SCRSDK::Release();
   std::exit(1);
 }
@@ -33,7 +34,7 @@ CameraDevice* connect_direct(uint32_t model, const std::string& serial) {
   if (result != 0 || info == nullptr) fail_usb();
   auto* device = new CameraDeviceUSB();
   device->model = model;
-  if (!connect_without_credentials(info, device)) fail_usb();
+  if (!connect_without_credentials(info, device)) fail_usb(device);
   return device;
 }
 
@@ -68,7 +69,7 @@ CameraDevice* connect_camera_at(int index) {
   list->Release();
   auto* device = new CameraDeviceUSB();
   if (info != nullptr && info->GetModel() != nullptr) device->model = camera_model_number(info->GetModel());
-  if (info == nullptr || !connect_without_credentials(info, device)) fail_usb();
+  if (info == nullptr || !connect_without_credentials(info, device)) fail_usb(device);
   return device;
 }
 

@@ -103,7 +103,8 @@ void confirm_change(uint32_t code, bool honour_never) {
   simulator().queue({changed, codes}, std::chrono::milliseconds(scenario.confirm_ms));
 }
 
-CrError set_property(CrInt32u code, uint64_t value) {
+// Applies a write; sets `*changed` to the code to report, or 0.
+CrError set_property(CrInt32u code, uint64_t value, CrInt32u* changed) {
   const sim::Scenario scenario = simulator().scenario();
   const auto failure = scenario.set_failures.find(code);
   if (failure != scenario.set_failures.end()) return static_cast<CrError>(failure->second);
@@ -119,14 +120,14 @@ CrError set_property(CrInt32u code, uint64_t value) {
       const int64_t high = signed_value(property.candidates[1], property.type);
       moved = std::max(low, std::min(high, moved));
     }
-    if (simulator().store_value(step.base, static_cast<uint64_t>(moved))) confirm_change(step.base, true);
+    if (simulator().store_value(step.base, static_cast<uint64_t>(moved))) *changed = step.base;
     return SCRSDK::CrError_None;
   }
   if (!simulator().find_property(code, &property)) return SCRSDK::CrError_Api_InvalidCalled;
   // A read-only property or a text takes the write and keeps its value, as
   // the camera does.
   if (!property.writable || property.type == SCRSDK::CrDataType_STR) return SCRSDK::CrError_None;
-  if (simulator().store_value(code, value)) confirm_change(code, true);
+  if (simulator().store_value(code, value)) *changed = code;
   return SCRSDK::CrError_None;
 }
 
@@ -169,8 +170,10 @@ bool Init(CrInt32u logtype) {
 }
 
 bool Release() {
-  simulator().trace("Release");
+  // Threads first, so that no callback line follows this one.
   simulator().shut_down(false);
+  simulator().trace("Release");
+  simulator().close_trace();
   return true;
 }
 
@@ -342,12 +345,15 @@ CrError SendCommand(CrDeviceHandle deviceHandle, CrInt32u commandId, CrCommandPa
 
 CrError SetDeviceProperty(CrDeviceHandle deviceHandle, CrDeviceProperty* pProperty) {
   if (pProperty == nullptr) return CrError_Generic;
-  CrError result = simulator().knows(deviceHandle)
-                       ? set_property(pProperty->GetCode(), pProperty->GetCurrentValue())
-                       : CrError_Generic;
+  CrInt32u changed = 0;
+  const CrError result = simulator().knows(deviceHandle)
+                             ? set_property(pProperty->GetCode(), pProperty->GetCurrentValue(), &changed)
+                             : CrError_Generic;
   simulator().trace("SetDeviceProperty code=" + hex(pProperty->GetCode()) +
                     " value=" + std::to_string(pProperty->GetCurrentValue()) +
                     " type=" + hex(pProperty->GetValueType()) + " result=" + result_hex(result));
+  // Queued after the call's own trace line, so the trace reads in order.
+  if (changed != 0) confirm_change(changed, true);
   return result;
 }
 
@@ -445,6 +451,7 @@ CrError GetLiveViewImage(CrDeviceHandle deviceHandle, CrImageDataBlock* imageDat
 CrError RequestDisplayStringList(CrDeviceHandle deviceHandle, CrDisplayStringType type) {
   CrError result = injected("menu");
   if (!simulator().knows(deviceHandle)) result = CrError_Generic;
+  simulator().trace("RequestDisplayStringList type=" + hex(type) + " result=" + result_hex(result));
   if (result == CrError_None) {
     const sim::Scenario scenario = simulator().scenario();
     sim::Callback warning;
@@ -453,7 +460,6 @@ CrError RequestDisplayStringList(CrDeviceHandle deviceHandle, CrDisplayStringTyp
                                           : CrWarning_RequestDisplayStringList_Error;
     simulator().queue({warning}, std::chrono::milliseconds(scenario.confirm_ms));
   }
-  simulator().trace("RequestDisplayStringList type=" + hex(type) + " result=" + result_hex(result));
   return result;
 }
 

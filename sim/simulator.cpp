@@ -407,10 +407,24 @@ uint32_t Simulator::next_frame() {
 void Simulator::start_threads_locked() {
   stop_ = false;
   if (!dispatcher_.joinable()) dispatcher_ = std::thread([this] { dispatch_loop(); });
-  if (!control_path_.empty() && !control_reader_.joinable() && ::pipe(control_wake_) == 0) {
-    control_reader_ =
-        std::thread([this, path = control_path_, fd = control_wake_[0]] { control_loop(path, fd); });
+  if (control_path_.empty() || control_reader_.joinable()) return;
+  // The FIFO exists and is open for reading before Connect returns, so a
+  // writer may open it at once.
+  if (::mkfifo(control_path_.c_str(), 0600) != 0 && errno != EEXIST) {
+    report("control: " + control_path_ + ": " + std::strerror(errno));
+    return;
   }
+  const int fd = ::open(control_path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (fd < 0) {
+    report("control: " + control_path_ + ": " + std::strerror(errno));
+    return;
+  }
+  if (::pipe(control_wake_) != 0) {
+    ::close(fd);
+    return;
+  }
+  control_reader_ = std::thread(
+      [this, path = control_path_, fd, wake = control_wake_[0]] { control_loop(path, fd, wake); });
 }
 
 void Simulator::dispatch_loop() {
@@ -454,19 +468,14 @@ void Simulator::dispatch_loop() {
 
 // ---- control FIFO ----
 
-void Simulator::control_loop(std::string path, int wake_fd) {
-  if (::mkfifo(path.c_str(), 0600) != 0 && errno != EEXIST) {
-    report("control: " + path + ": " + std::strerror(errno));
-  }
-  const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (fd < 0) report("control: " + path + ": " + std::strerror(errno));
+void Simulator::control_loop(std::string path, int fd, int wake_fd) {
   // Holding a write end ourselves keeps the FIFO from reporting end of file
   // between writers that open and close it.
-  const int keep_open = fd < 0 ? -1 : ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  const int keep_open = ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
   std::string pending;
   for (;;) {
     pollfd fds[2] = {{wake_fd, POLLIN, 0}, {fd, POLLIN, 0}};
-    const int ready = ::poll(fds, fd < 0 ? 1 : 2, -1);
+    const int ready = ::poll(fds, 2, -1);
     if (ready < 0 && errno == EINTR) continue;
     if (ready < 0 || (fds[0].revents & (POLLIN | POLLHUP)) != 0) break;
     if ((fds[1].revents & POLLIN) == 0) continue;
@@ -481,7 +490,7 @@ void Simulator::control_loop(std::string path, int wake_fd) {
     }
   }
   if (keep_open >= 0) ::close(keep_open);
-  if (fd >= 0) ::close(fd);
+  ::close(fd);
 }
 
 void Simulator::handle_control_line(const std::string& raw) {
@@ -534,13 +543,18 @@ void Simulator::shut_down(bool forget_scenario) {
       frame_no_ = 0;
     }
   }
-  std::lock_guard<std::mutex> lock(trace_mu_);
-  if (trace_fd_ >= 0) ::close(trace_fd_);
-  trace_fd_ = -1;
   if (forget_scenario) {
+    close_trace();
+    std::lock_guard<std::mutex> lock(trace_mu_);
     trace_lines_.clear();
     t0_set_ = false;
   }
+}
+
+void Simulator::close_trace() {
+  std::lock_guard<std::mutex> lock(trace_mu_);
+  if (trace_fd_ >= 0) ::close(trace_fd_);
+  trace_fd_ = -1;
 }
 
 }  // namespace sim

@@ -88,9 +88,11 @@ class Simulator {
 
   uint32_t next_frame();
 
-  // Stops and joins every simulator thread, forgets the device and closes
-  // the trace file. `forget_scenario` also unloads the scenario (reset()).
+  // Stops and joins every simulator thread and forgets the device.
+  // `forget_scenario` also unloads the scenario, empties the trace and
+  // closes the trace file (reset()).
   void shut_down(bool forget_scenario);
+  void close_trace();
 
  private:
   struct Entry {
@@ -103,7 +105,7 @@ class Simulator {
 
   Simulator() = default;
   void dispatch_loop();
-  void control_loop(std::string path, int wake_fd);
+  void control_loop(std::string path, int fd, int wake_fd);
   void handle_control_line(const std::string& line);
   void start_threads_locked();
   void queue_locked(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited);

@@ -1,1 +1,192 @@
-// Placeholder; replaced as the process-level tests land.
+// Process-level tests of whole camera runs against the simulated camera: the
+// start of a run, the ways it ends, and the teardown the SDK sees.
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/support/bridge_process.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+constexpr char kUsbId[] = "USB|ILME-FX6|D10042";
+
+constexpr char kScenario[] = R"(camera USB ILME-FX6 D10042
+property 0x729 UInt32 800 rw 400 800 1600
+property 0x115 UInt16 5600 rw
+lv-property 0x1 3600
+)";
+
+// Writes one control line to the simulator's FIFO, waiting (with a deadline)
+// until the simulator has opened it for reading.
+bool send_control(const std::string& fifo, const std::string& line) {
+  const auto deadline = std::chrono::steady_clock::now() + 5s;
+  while (std::chrono::steady_clock::now() < deadline) {
+    int fd = open(fifo.c_str(), O_WRONLY | O_NONBLOCK);
+    if (fd >= 0) {
+      const std::string text = line + "\n";
+      const bool ok = write(fd, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+      close(fd);
+      return ok;
+    }
+    if (errno != ENXIO && errno != ENOENT) return false;
+    std::this_thread::sleep_for(10ms);  // polling the FIFO's open state
+  }
+  return false;
+}
+
+// The names of the teardown calls in the trace, in order.
+std::vector<std::string> teardown_calls(const std::string& trace_path) {
+  std::vector<std::string> calls;
+  for (const std::string& line : read_lines(trace_path)) {
+    // "<microseconds> <name> ..."
+    const size_t start = line.find(' ') + 1;
+    const std::string name = line.substr(start, line.find(' ', start) - start);
+    if (name == "Disconnect" || name == "ReleaseDevice" || name == "Release") calls.push_back(name);
+  }
+  return calls;
+}
+
+// Starts vk-sony and waits for READY. The simulator may deliver the first
+// property report before its Connect has handed the device handle back; that
+// report then fails (GetSelectDeviceProperties answers 0x8000 in the trace)
+// and READY never comes. Such a start is retried; any other missing READY
+// fails the test.
+std::unique_ptr<BridgeProcess> start_ready(const std::vector<std::string>& args, const EnvChanges& env,
+                                           const std::string& trace_path) {
+  for (int attempt = 0; attempt < 5; ++attempt) {
+    unlink(trace_path.c_str());
+    auto bridge = std::make_unique<BridgeProcess>(args, env);
+    if (bridge->expect_line("READY", 2s)) return bridge;
+    const std::vector<std::string> trace = read_lines(trace_path);
+    if (std::none_of(trace.begin(), trace.end(), [](const std::string& line) {
+          return line.find("GetSelectDeviceProperties") != std::string::npos &&
+                 line.find("result=0x8000") != std::string::npos;
+        })) {
+      ADD_FAILURE() << "no READY";
+      return bridge;
+    }
+  }
+  ADD_FAILURE() << "no READY in five starts";
+  return nullptr;
+}
+
+class BridgeRunTest : public ::testing::Test {
+ protected:
+  EnvChanges env(const std::string& scenario) {
+    return {{"VK_SONY_SIM_SCENARIO", dir_.write("camera.scenario", scenario)},
+            {"VK_SONY_SIM_TRACE", trace_path()},
+            {"VK_SONY_SIM_CONTROL", control_path()}};
+  }
+  std::string trace_path() const { return dir_.file("trace"); }
+  std::string control_path() const { return dir_.file("control"); }
+
+  TempDir dir_;
+};
+
+TEST_F(BridgeRunTest, ConnectsReportsThenReady) {
+  auto started = start_ready({kUsbId}, env(kScenario), trace_path());
+  ASSERT_TRUE(started);
+  BridgeProcess& bridge = *started;
+  const std::vector<std::string>& lines = bridge.lines();
+  ASSERT_GE(lines.size(), 3u);
+  EXPECT_EQ(lines.front(), "CONNECTED");
+  EXPECT_TRUE(std::find(lines.begin(), lines.end(), "status ISO_SENSITIVITY 800 [400 800 1600] RW") !=
+              lines.end());
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), "READY"), 1);
+
+  bridge.close_stdin();
+  bridge.read_all();
+  EXPECT_EQ(bridge.wait_exit(), 1);
+  EXPECT_EQ(std::count(bridge.lines().begin(), bridge.lines().end(), "READY"), 1);
+}
+
+// Every way a run ends: the last lines, the exit status and the teardown.
+TEST_F(BridgeRunTest, EveryEndOfRunTearsDownInOrder) {
+  struct Case {
+    const char* name;
+    const char* control;  // control line to fire, or nullptr
+    int signo;            // signal to send, or 0
+    bool close_stdin;
+    bool camera_gone;  // DISCONNECTED expected; no Disconnect call
+    bool disconnected_line;
+  };
+  const Case cases[] = {
+      {"stdin closed", nullptr, 0, true, false, false},
+      {"SIGTERM", nullptr, SIGTERM, false, false, false},
+      {"SIGINT", nullptr, SIGINT, false, false, false},
+      {"camera disconnects", "disconnect 0x8207", 0, false, true, true},
+      {"fatal warning", "warning 0x20002", 0, false, false, true},
+      {"camera error", "error 0x8202", 0, false, false, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto started = start_ready({kUsbId}, env(kScenario), trace_path());
+    ASSERT_TRUE(started);
+    BridgeProcess& bridge = *started;
+    if (c.control != nullptr) {
+      ASSERT_TRUE(send_control(control_path(), c.control));
+    }
+    if (c.signo != 0) bridge.signal(c.signo);
+    if (c.close_stdin) bridge.close_stdin();
+
+    const auto start = std::chrono::steady_clock::now();
+    std::vector<std::string> lines = bridge.read_all(5s);
+    EXPECT_EQ(bridge.wait_exit(5s), 1);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
+
+    ASSERT_GE(lines.size(), 2u);
+    const std::vector<std::string> last(lines.end() - 2, lines.end());
+    EXPECT_TRUE(std::is_permutation(
+        last.begin(), last.end(), std::vector<std::string>{"END - elixir_handler_stdin", "CLOSED"}.begin()));
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "CLOSED"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "DISCONNECTED"), c.disconnected_line ? 1 : 0);
+    if (c.disconnected_line) {
+      EXPECT_NE(bridge.stderr_text().find(" status: 0x"), std::string::npos);
+    }
+
+    const std::vector<std::string> expected =
+        c.camera_gone ? std::vector<std::string>{"ReleaseDevice", "Release"}
+                      : std::vector<std::string>{"Disconnect", "ReleaseDevice", "Release"};
+    EXPECT_EQ(teardown_calls(trace_path()), expected);
+  }
+}
+
+TEST_F(BridgeRunTest, ClosedStdoutEndsRun) {
+  auto started = start_ready({kUsbId}, env(kScenario), trace_path());
+  ASSERT_TRUE(started);
+  BridgeProcess& bridge = *started;
+  bridge.close_stdout();
+  EXPECT_EQ(bridge.wait_exit(5s), 1);
+  EXPECT_EQ(teardown_calls(trace_path()),
+            (std::vector<std::string>{"Disconnect", "ReleaseDevice", "Release"}));
+}
+
+TEST_F(BridgeRunTest, CameraIdsSelectTheCamera) {
+  // "*" finds no camera in the system's USB tree and falls back to the SDK's
+  // search.
+  for (const char* id : {kUsbId, "*"}) {
+    SCOPED_TRACE(id);
+    auto started = start_ready({id}, env(kScenario), trace_path());
+    ASSERT_TRUE(started);
+    BridgeProcess& bridge = *started;
+    bridge.close_stdin();
+    EXPECT_TRUE(bridge.expect_line("CLOSED"));
+    EXPECT_EQ(bridge.wait_exit(), 1);
+  }
+
+  BridgeResult result = run_bridge_to_end({"USB|ILCE-7RM4|D10042"}, env(kScenario));
+  EXPECT_EQ(result.status, 1);
+  EXPECT_EQ(result.out, "");
+}
+
+}  // namespace

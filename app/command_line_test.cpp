@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -28,6 +29,8 @@ struct ParseCase {
   std::string user = "";
   bool credentials = false;
 };
+
+void PrintTo(const ParseCase& c, std::ostream* out) { *out << c.name; }
 
 class ParseTest : public ::testing::TestWithParam<ParseCase> {};
 

@@ -3,7 +3,6 @@
 
 #include <cstring>
 #include <fstream>
-#include <regex>
 #include <sstream>
 #include <string>
 
@@ -71,9 +70,14 @@ size_t count_header_enumerators() {
   const size_t start = text.find("enum CrDevicePropertyCode");
   if (start == std::string::npos) return 0;
   const std::string body = text.substr(start, text.find("};", start) - start);
-  const std::regex enumerator(R"(^\s*CrDeviceProperty_\w+\b)", std::regex::multiline);
-  return static_cast<size_t>(
-      std::distance(std::sregex_iterator(body.begin(), body.end(), enumerator), std::sregex_iterator()));
+  // One enumerator a line: a line whose first word starts with the prefix.
+  size_t count = 0;
+  std::istringstream lines(body);
+  for (std::string line; std::getline(lines, line);) {
+    const size_t first = line.find_first_not_of(" \t");
+    if (first != std::string::npos && line.compare(first, 17, "CrDeviceProperty_") == 0) ++count;
+  }
+  return count;
 }
 
 TEST(SdkCodeNames, DevicePropertyNamesFollowTheHeader) {

@@ -146,12 +146,15 @@ TEST_F(CameraDeviceTest, BlackLevelAliasOnlyOnItsModels) {
       "camera IP PXW-Z200 192.168.1.30 00:11:22:33:44:55 no-ssh\n"
       "property 0x2AC Int16 3 rw\n";
   connect_ip(scenario, 20);
-  EXPECT_EQ(1, count_prefix(capture_->lines(), "status PP_BLACK_LEVEL 3 "));
+  ASSERT_TRUE(sim::fire("notify 0x2AC"));  // independent of the first batch
+  ASSERT_TRUE(sim::wait_idle());
+  EXPECT_GE(count_prefix(capture_->lines(), "status PP_BLACK_LEVEL 3 "), 1);
   EXPECT_EQ(0, count_prefix(capture_->lines(), "status PAINTLOOK_MASTER_BLACK "));
 
   device_->model = 10;
   device_->report_property(0x2AC);
   EXPECT_EQ(1, count_prefix(capture_->lines(), "status PAINTLOOK_MASTER_BLACK 3 "));
+  EXPECT_EQ("status PAINTLOOK_MASTER_BLACK 3 {3} RW", capture_->lines().back());
 }
 
 TEST_F(CameraDeviceTest, UnknownAndNeverSeenCodes) {

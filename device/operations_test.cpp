@@ -110,13 +110,17 @@ TEST_F(CameraDeviceTest, WbStepsOnSteppingIpModel) {
     SCOPED_TRACE(c.kelvin);
     disconnect_all();
     connect_ip(std::string(kFx6IpHead) + c.wb_property + "property 0x15B Int16Range 0 rw\n", 10, true);
+    // Fetch the WB range again with the handle surely set: the first batch may
+    // race with Connect storing the handle.
+    ASSERT_TRUE(sim::fire("notify 0x115"));
+    ASSERT_TRUE(sim::wait_idle());
     sim::clear_trace();
     const int acks = count_line(capture_->lines(), "ACK");
     const auto start = std::chrono::steady_clock::now();
     device_->set_wb(c.kelvin);
     const auto elapsed = std::chrono::steady_clock::now() - start;
     const std::vector<std::string> writes = traced("SetDeviceProperty");
-    ASSERT_EQ(c.steps.size(), writes.size());
+    ASSERT_EQ(c.steps.size(), writes.size()) << ::testing::PrintToString(writes);
     for (size_t i = 0; i < writes.size(); ++i) {
       EXPECT_EQ(0u, writes[i].rfind(set_line("0x15b", c.steps[i]) + "type=0x5002", 0)) << writes[i];
     }

@@ -312,7 +312,7 @@ CrError Connect(ICrCameraObjectInfo* pCameraObjectInfo, IDeviceCallback* callbac
   simulator().trace("Connect mode=" + std::to_string(openMode) + " reconnect=" + std::to_string(reconnect) +
                     " user=" + text_or_dash(userId) + " password=" + text_or_dash(userPassword) +
                     " fingerprint_size=" + std::to_string(fingerprintSize) + " result=" + result_hex(result));
-  if (result == CrError_None) *deviceHandle = simulator().connect(callback);
+  if (result == CrError_None) simulator().connect(callback, deviceHandle);
   return result;
 }
 

@@ -230,9 +230,12 @@ Scenario Simulator::scenario() {
 
 // ---- device ----
 
-CrInt64 Simulator::connect(SCRSDK::IDeviceCallback* callback) {
+void Simulator::connect(SCRSDK::IDeviceCallback* callback, CrInt64* handle) {
   std::lock_guard<std::mutex> lock(mu_);
   handle_ = ++next_handle_;
+  // Written under the lock that the delivery thread takes before each
+  // callback, so callbacks see the handle.
+  *handle = handle_;
   callback_ = callback;
   connected_ = true;
   ++generation_;
@@ -257,7 +260,6 @@ CrInt64 Simulator::connect(SCRSDK::IDeviceCallback* callback) {
       apply_locked(parsed, std::chrono::milliseconds(event.after_ms), false);
     }
   }
-  return handle_;
 }
 
 void Simulator::disconnect(CrInt64 handle) {

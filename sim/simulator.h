@@ -63,9 +63,10 @@ class Simulator {
   // control FIFO path of VK_SONY_SIM_CONTROL.
   void open_environment();
 
-  // Device life cycle. connect() queues the connection callbacks and the
+  // Device life cycle. connect() stores the new handle in `*handle` before
+  // any callback can run, then queues the connection callbacks and the
   // scenario's timed events and starts the control reader.
-  CrInt64 connect(SCRSDK::IDeviceCallback* callback);
+  void connect(SCRSDK::IDeviceCallback* callback, CrInt64* handle);
   void disconnect(CrInt64 handle);
   void release_device(CrInt64 handle);
   // True while `handle` names the device (from Connect to ReleaseDevice).

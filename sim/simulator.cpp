@@ -364,8 +364,9 @@ void Simulator::apply_locked(const ControlEvent& event, std::chrono::millisecond
       codes.kind = Callback::Kind::kPropertyChangedCodes;
       codes.codes = {event.code};
       if (delay.count() != 0) {
-        changed.value = event.code;
-        changed.name = std::to_string(event.value);  // the value to store on delivery
+        changed.store = true;
+        changed.store_code = event.code;
+        changed.store_value = event.value;
       }
       queue_locked({changed, codes}, delay, awaited);
       return;
@@ -408,7 +409,7 @@ uint32_t Simulator::next_frame() {
 
 void Simulator::start_threads_locked() {
   stop_ = false;
-  if (!dispatcher_.joinable()) dispatcher_ = std::thread([this] { dispatch_loop(); });
+  if (!dispatcher_.joinable()) dispatcher_ = std::thread([this, run = run_] { dispatch_loop(run); });
   if (control_path_.empty() || control_reader_.joinable()) return;
   // The FIFO exists and is open for reading before Connect returns, so a
   // writer may open it at once.
@@ -429,9 +430,11 @@ void Simulator::start_threads_locked() {
       [this, path = control_path_, fd, wake = control_wake_[0]] { control_loop(path, fd, wake); });
 }
 
-void Simulator::dispatch_loop() {
+void Simulator::dispatch_loop(uint64_t run) {
   std::unique_lock<std::mutex> lock(mu_);
-  while (!stop_) {
+  // A dispatcher left running by a Release made from inside a callback ends
+  // when that callback returns, even if a new run has started meanwhile.
+  while (!stop_ && run == run_) {
     if (queue_.empty()) {
       cv_.wait(lock);
       continue;
@@ -449,9 +452,7 @@ void Simulator::dispatch_loop() {
       cv_.notify_all();
       continue;
     }
-    if (entry.callback.kind == Callback::Kind::kPropertyChanged && !entry.callback.name.empty()) {
-      store_value_locked(entry.callback.value, std::strtoull(entry.callback.name.c_str(), nullptr, 10));
-    }
+    if (entry.callback.store) store_value_locked(entry.callback.store_code, entry.callback.store_value);
     SCRSDK::IDeviceCallback* target = callback_;
     const bool ends_connection = entry.callback.kind == Callback::Kind::kDisconnected;
     busy_ = true;
@@ -515,6 +516,7 @@ void Simulator::shut_down(bool forget_scenario) {
   {
     std::lock_guard<std::mutex> lock(mu_);
     stop_ = true;
+    ++run_;
     connected_ = false;
     ++generation_;
     cv_.notify_all();

@@ -37,6 +37,10 @@ struct Callback {
   int32_t params[3] = {};
   std::vector<uint32_t> codes;
   std::string name;
+  // A timed `change` stores its value when it is delivered.
+  bool store = false;
+  uint32_t store_code = 0;
+  uint64_t store_value = 0;
 };
 
 class Simulator {
@@ -105,7 +109,7 @@ class Simulator {
   };
 
   Simulator() = default;
-  void dispatch_loop();
+  void dispatch_loop(uint64_t run);
   void control_loop(std::string path, int fd, int wake_fd);
   void handle_control_line(const std::string& line);
   void start_threads_locked();
@@ -136,6 +140,7 @@ class Simulator {
   uint64_t seq_ = 0;                             // guarded by mu_
   bool busy_ = false;                            // guarded by mu_
   bool stop_ = false;                            // guarded by mu_
+  uint64_t run_ = 0;                             // guarded by mu_; a dispatcher serves one run
   uint32_t frame_no_ = 0;                        // guarded by mu_
   std::thread dispatcher_;                       // guarded by mu_
   std::thread control_reader_;                   // guarded by mu_

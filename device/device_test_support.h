@@ -87,7 +87,9 @@ class CameraDeviceTest : public ::testing::Test {
       ASSERT_EQ(0, SCRSDK::CreateCameraObjectInfoUSBConnection(
                        &info, static_cast<SCRSDK::CrCameraDeviceModelList>(model), serial));
     }
-    ASSERT_EQ(0, SCRSDK::Connect(info, device_.get(), &device_->device_handle));
+    const SCRSDK::CrError connected = SCRSDK::Connect(info, device_.get(), &device_->device_handle);
+    info->Release();
+    ASSERT_EQ(0, connected);
     ASSERT_TRUE(sim::wait_idle());
   }
 

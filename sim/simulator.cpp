@@ -443,7 +443,9 @@ void Simulator::dispatch_loop(uint64_t run) {
       return a.due != b.due ? a.due < b.due : a.seq < b.seq;
     });
     if (next->due > Clock::now()) {
-      cv_.wait_until(lock, next->due);
+      // Copy the time: the queue may grow (and move its entries) while we wait.
+      const Clock::time_point due = next->due;
+      cv_.wait_until(lock, due);
       continue;
     }
     Entry entry = std::move(*next);

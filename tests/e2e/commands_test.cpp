@@ -24,39 +24,14 @@ property 0x115 UInt16 5600 rw
 lv-property 0x1 3600
 )";
 
-// Starts vk-sony and waits for READY. The simulator may deliver the first
-// property report before its Connect has handed the device handle back; that
-// report then fails (GetSelectDeviceProperties answers 0x8000 in the trace)
-// and READY never comes. Such a start is retried; any other missing READY
-// fails the test.
-std::unique_ptr<BridgeProcess> start_ready(const std::vector<std::string>& args, const EnvChanges& env,
-                                           const std::string& trace_path) {
-  for (int attempt = 0; attempt < 5; ++attempt) {
-    unlink(trace_path.c_str());
-    auto bridge = std::make_unique<BridgeProcess>(args, env);
-    if (bridge->expect_line("READY", 2s)) return bridge;
-    const std::vector<std::string> trace = read_lines(trace_path);
-    if (std::none_of(trace.begin(), trace.end(), [](const std::string& line) {
-          return line.find("GetSelectDeviceProperties") != std::string::npos &&
-                 line.find("result=0x8000") != std::string::npos;
-        })) {
-      ADD_FAILURE() << "no READY";
-      return bridge;
-    }
-  }
-  ADD_FAILURE() << "no READY in five starts";
-  return nullptr;
-}
-
 class BridgeCommandsTest : public ::testing::Test {
  protected:
   // Starts a bridge on kCamera plus `extra` scenario lines and waits for READY.
   void start(const std::string& extra = "") {
-    bridge_ = start_ready(
+    bridge_ = start_until_ready(
         std::vector<std::string>{kUsbId},
         EnvChanges{{"VK_SONY_SIM_SCENARIO", dir_.write("camera.scenario", std::string(kCamera) + extra)},
-                   {"VK_SONY_SIM_TRACE", dir_.file("trace")}},
-        dir_.file("trace"));
+                   {"VK_SONY_SIM_TRACE", dir_.file("trace")}});
     ASSERT_TRUE(bridge_);
   }
 

@@ -3,6 +3,7 @@
 #include "tests/support/bridge_process.h"
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <poll.h>
 #include <signal.h>
 #include <sys/wait.h>
@@ -289,4 +290,11 @@ bool wait_for_file_line(const std::string& path, const std::string& needle,
     // A file has no readiness to poll on; wait briefly between reads.
     poll(nullptr, 0, 10);
   }
+}
+
+std::unique_ptr<BridgeProcess> start_until_ready(const std::vector<std::string>& args, const EnvChanges& env,
+                                                 std::chrono::milliseconds timeout) {
+  auto bridge = std::make_unique<BridgeProcess>(args, env);
+  if (!bridge->expect_line("READY", timeout)) ADD_FAILURE() << "no READY from vk-sony";
+  return bridge;
 }

@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -72,6 +73,12 @@ class BridgeProcess {
   std::optional<int> status_;
   bool stdout_eof_ = false;
 };
+
+// Starts vk-sony and reads its output until READY. When READY does not come
+// within `timeout` the current test fails; the process is returned all the
+// same, so that the caller can still look at what it wrote.
+std::unique_ptr<BridgeProcess> start_until_ready(const std::vector<std::string>& args, const EnvChanges& env,
+                                                 std::chrono::milliseconds timeout = 5s);
 
 // Runs vk-sony to completion with stdin closed and returns its status,
 // stdout and stderr.

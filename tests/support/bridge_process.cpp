@@ -73,10 +73,18 @@ std::string bridge_binary() {
 #endif
 }
 
+std::string emulator_command() {
+  if (const char* from_env = std::getenv("VK_SONY_TEST_EMULATOR"); from_env != nullptr) return from_env;
+#ifdef VK_SONY_EMULATOR
+  return VK_SONY_EMULATOR;
+#else
+  return "";
+#endif
+}
+
 BridgeProcess::BridgeProcess(const std::vector<std::string>& args, const EnvChanges& env) {
   std::vector<std::string> argv_text;
-  if (const char* emulator = std::getenv("VK_SONY_TEST_EMULATOR"); emulator != nullptr)
-    argv_text = split_blanks(emulator);
+  argv_text = split_blanks(emulator_command());
   argv_text.push_back(bridge_binary());
   argv_text.insert(argv_text.end(), args.begin(), args.end());
 

@@ -22,11 +22,15 @@ std::string bridge_binary();
 // VK_SONY_SIM_CONTROL are removed unless given here.
 using EnvChanges = std::map<std::string, std::optional<std::string>>;
 
+// The command that runs vk-sony on this host, split at blanks before the
+// binary's path: VK_SONY_TEST_EMULATOR when set (even empty), else the cross
+// build's emulator (e.g. "qemu-arm -L /usr/arm-linux-gnueabihf"), else "".
+std::string emulator_command();
+
 class BridgeProcess {
  public:
-  // Starts vk-sony with `args` (without the program name). When the
-  // environment variable VK_SONY_TEST_EMULATOR is set (e.g. "qemu-arm -L
-  // /usr/arm-linux-gnueabihf"), the child is started through it.
+  // Starts vk-sony with `args` (without the program name), through
+  // emulator_command() when that is not empty.
   explicit BridgeProcess(const std::vector<std::string>& args, const EnvChanges& env = {});
   // Kills the child (SIGKILL) if it is still running and reaps it.
   ~BridgeProcess();

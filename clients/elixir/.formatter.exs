@@ -1,0 +1,1 @@
+[inputs: ["{mix,.formatter}.exs", "{lib,test}/**/*.{ex,exs}"]]

@@ -34,7 +34,6 @@ defmodule VkSony.Bridge do
     * `:env`: `[{name, value}]`; a value of `false` removes the variable
     * `:owner`: the process that receives the events (default: the caller)
   """
-  @spec start_link(keyword()) :: GenServer.on_start()
   def start_link(options) do
     options = Keyword.put_new(options, :owner, self())
     GenServer.start_link(__MODULE__, options)
@@ -44,7 +43,6 @@ defmodule VkSony.Bridge do
   Sends one command line (without its newline). A line holding a newline
   would be read as two commands and is refused with `{:error, :newline}`.
   """
-  @spec command(GenServer.server(), String.t()) :: :ok | {:error, :newline}
   def command(bridge, line) when is_binary(line) do
     if String.contains?(line, ["\n", "\r"]),
       do: {:error, :newline},
@@ -52,26 +50,21 @@ defmodule VkSony.Bridge do
   end
 
   @doc "Sends `set KEY VALUE`; the reply is an `:ack` or `:nack` event."
-  @spec set(GenServer.server(), String.t(), String.t() | integer()) :: :ok | {:error, atom()}
   def set(bridge, key, value), do: word_command(bridge, ["set", key, to_string(value)])
 
   @doc "Sends `get KEY`; the reply is the property's status line."
-  @spec get(GenServer.server(), String.t()) :: :ok | {:error, atom()}
   def get(bridge, key), do: word_command(bridge, ["get", key])
 
   @doc "The latest status line of every property seen so far, by key."
-  @spec properties(GenServer.server()) :: %{String.t() => Line.Status.t()}
   def properties(bridge), do: GenServer.call(bridge, :properties)
 
   @doc "The operating-system process id of the bridge."
-  @spec os_pid(GenServer.server()) :: non_neg_integer()
   def os_pid(bridge), do: GenServer.call(bridge, :os_pid)
 
   @doc """
   Ends the run by closing the port: the bridge sees its standard input close,
   ends the run and exits. No more events are sent.
   """
-  @spec close(GenServer.server()) :: :ok
   def close(bridge), do: GenServer.stop(bridge, :normal)
 
   # A word with a blank in it would shift the words after it.

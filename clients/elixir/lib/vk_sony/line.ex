@@ -46,7 +46,6 @@ defmodule VkSony.Line do
           | {:status, Status.t()}
           | {:other, String.t()}
 
-  @spec parse(String.t()) :: event
   def parse("CONNECTED"), do: :connected
   def parse("READY"), do: :ready
   def parse("ACK"), do: :ack

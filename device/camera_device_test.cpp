@@ -2,17 +2,12 @@
 // against the simulated SDK.
 #include "device/camera_device.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
-#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -23,35 +18,6 @@
 #include "tests/support/stdout_capture.h"
 
 namespace {
-
-// Captures file descriptor 2 while it lives.
-class StderrCapture {
- public:
-  StderrCapture() : path_(dir_.file("stderr.txt")) {
-    std::fflush(stderr);
-    saved_ = dup(2);
-    const int fd = open(path_.c_str(), O_CREAT | O_TRUNC | O_WRONLY, 0600);
-    dup2(fd, 2);
-    close(fd);
-  }
-  ~StderrCapture() {
-    std::fflush(stderr);
-    dup2(saved_, 2);
-    close(saved_);
-  }
-  std::string text() {
-    std::fflush(stderr);
-    std::ifstream in(path_);
-    std::stringstream buffer;
-    buffer << in.rdbuf();
-    return buffer.str();
-  }
-
- private:
-  TempDir dir_;
-  std::string path_;
-  int saved_ = -1;
-};
 
 TEST(CameraModels, ExactNamesOnlyAndUnknownIsZero) {
   EXPECT_EQ(10u, camera_model_number("ILME-FX6"));
@@ -213,11 +179,11 @@ TEST_F(CameraDeviceTest, FatalEventsAreToldThreeWays) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.event);
     running = true;
-    StderrCapture err;
     const size_t before = capture_->lines().size();
+    testing::internal::CaptureStderr();
     ASSERT_TRUE(sim::fire(c.event));
     ASSERT_TRUE(sim::wait_idle());
-    EXPECT_NE(std::string::npos, err.text().find(c.message));
+    EXPECT_NE(std::string::npos, testing::internal::GetCapturedStderr().find(c.message));
     const std::vector<std::string> lines = capture_->lines();
     ASSERT_EQ(before + 1, lines.size());
     EXPECT_EQ("DISCONNECTED", lines.back());
@@ -225,10 +191,10 @@ TEST_F(CameraDeviceTest, FatalEventsAreToldThreeWays) {
   }
   // Error 0 is no error.
   running = true;
-  StderrCapture err;
+  testing::internal::CaptureStderr();
   ASSERT_TRUE(sim::fire("error 0"));
   ASSERT_TRUE(sim::wait_idle());
-  EXPECT_EQ("", err.text());
+  EXPECT_EQ("", testing::internal::GetCapturedStderr());
   EXPECT_TRUE(running.load());
 }
 

@@ -31,50 +31,33 @@ TEST(Formatters, ValuesRenderAsTheParentExpects) {
   const TextCase cases[] = {
       // shared converters
       {"EXPOSURE_INDEX", UINT64_MAX, "18446744073709551615"},
-      {"EXPOSURE_INDEX", 0, "0"},
       {"EXPOSURE_INDEX", 1005, "1005"},
       {"WB_R_GAIN", 0xFFFF, "-1"},
       {"WB_R_GAIN", 0x8000, "-32768"},
       {"WB_R_GAIN", 0x17FFF, "32767"},
       {"WB_TINT", 0xF6, "-10"},
       {"WB_TINT", 0x7F, "127"},
-      {"B1", 1, "UP"},
-      {"B1", 2, "DOWN"},
       {"B1", 0, "UNKOWN"},
       // two-state maps keep their own spellings
       {"FOCUS_TRACKING_STATUS", 1, "OFF"},
       {"MOVIE_SHOOTING_MODE", 1, "Off"},
       {"ND_FILTER", 2, "ON"},
       {"SHUTTER_SLOW", 2, "On"},
-      {"OSD_IMAGE_MODE", 0, "Off"},
-      {"ZOOM_SPEED_TYPE", 0, "Invalid"},
       {"GAIN_UNIT_SETTING", 2, "ISO"},
-      {"LENS_INFORMATION_STATUS", 1, "Enable"},
       // multi-value maps, fallbacks and the whole-64-bit match
       {"FOCUS_MODE", 0x100000002ull, "UNKNOWN"},
-      {"FOCUS_MODE", 7, "PF"},
       {"FOCUS_AREA", 0, "Unknown"},
       {"FOCUS_AREA", 9, "UNKNOWN"},
-      {"FOCUS_AREA", 24, "Tracking_Flexible_Spot"},
       {"EXPOSURE_MODE", 0x100000001ull, "CrExposure_M_Manual"},
-      {"EXPOSURE_MODE", 7, "CrExposure_Portrait"},
       {"EXPOSURE_MODE", 0, "UNKNOWN"},
       {"EXPOSURE_MODE", 8, "UNKNOWN"},
-      {"WB_MODE", 256, "ColorTemp"},
-      {"PP", 68, "LUT_Number4"},
-      {"PP_GAMMA", 3, "SCinetome"},
-      {"PP_COLOR_MODE", 3, "SCinetone"},
-      {"FRAME_RATE_SETTING", 23, "119_88p"},
       {"BAT_LEVEL", 0x10000, "USB"},
       {"BAT_LEVEL", 0xFFFFFFFD, "Fake"},
       {"BAT_LEVEL", 9, "UNKNOWN"},
-      {"REC", 3, "WAITING"},
       {"RECORDER_MAIN_STATUS", 6, "UNKNOWN"},
       // measured quantities
       {"EXPOSURE_BIAS", static_cast<uint16_t>(-300), "-0.3"},
       {"EXPOSURE_BIAS", 700, "0.7"},
-      {"EXPOSURE_BIAS", 3000, "3"},
-      {"EXPOSURE_BIAS", 0, "0"},
       {"EXPOSURE_BIAS", static_cast<uint16_t>(-1), "-0"},
       {"EXPOSURE_BIAS", static_cast<uint16_t>(-49), "-0"},
       {"EXPOSURE_BIAS", 1960, "2"},
@@ -83,13 +66,11 @@ TEST(Formatters, ValuesRenderAsTheParentExpects) {
       {"FSTOP", 0xFFFD, "32"},
       {"FSTOP", 0xFFFE, "-"},
       {"FSTOP", 400, "4"},
-      {"FSTOP", 1100, "11"},
       {"FSTOP", 280, "2.8"},
       {"FSTOP", 350, "3.5"},
       {"ISO", 0xFFFFFF, "AUTO"},
       {"ISO", 2, ""},
       {"ISO", 0x10000640, "1600"},
-      {"ISO", 0, "0"},
       {"SHUTTER", 0, "Bulb"},
       {"SHUTTER", 0x0001000A, "1/10"},
       {"SHUTTER", 0x000A0001, "10/1"},
@@ -122,19 +103,11 @@ TEST(Formatters, TextsParseToTheSdkValue) {
   const TextCase cases[] = {
       {"EXPOSURE_INDEX", static_cast<uint64_t>(-3), "-3"},
       {"EXPOSURE_INDEX", 12, "12abc"},
-      {"B1", 1, "UP"},
       {"B1", 0, "up"},
-      {"WB_MODE", 256, "ColorTemp"},
       {"WB_MODE", 0, "awb"},
       {"WB_MODE", 0, "ColorTemp "},  // no trimming
-      {"PP_GAMMA", 3, "SCinetome"},
       {"PP_GAMMA", 0, "SCinetone"},
-      {"PP_COLOR_MODE", 3, "SCinetone"},
-      {"ZOOM_SPEED_TYPE", 0, "Invalid"},
-      {"ZOOM_SPEED_TYPE", 2, "Fixed"},
-      {"OSD_IMAGE_MODE", 1, "On"},
       {"OSD_IMAGE_MODE", 0, "ON"},
-      {"EXPOSURE_MODE", 4, "CrExposure_S_ShutterSpeedPriority"},
       {"EXPOSURE_MODE", 0, "Manual"},
       {"GAIN_UNIT_SETTING", 2, "2"},  // numeric, not the map
       // measured quantities
@@ -218,14 +191,6 @@ TEST(Formatters, MapWordsRoundTrip) {
     }
   }
   EXPECT_GT(checked, 200u);
-}
-
-TEST(Formatters, CandidateFilters) {
-  EXPECT_FALSE(keepUnitNumerator(0x0001000A));
-  EXPECT_TRUE(keepUnitNumerator(0x000A0001));
-  EXPECT_TRUE(keepUnitNumerator(0));
-  EXPECT_FALSE(acceptAll(0));
-  EXPECT_FALSE(acceptAll(UINT64_MAX));
 }
 
 TEST(Formatters, StringPropertiesReadLengthPrefixedText) {

@@ -14,6 +14,7 @@
 
 #include "CameraRemote_SDK.h"
 #include "device/camera_device.h"
+#include "device/device_test_support.h"
 #include "sim/sim_control.h"
 #include "tests/support/stdout_capture.h"
 
@@ -30,15 +31,6 @@ menu-result success
 
 bool contains(const std::vector<std::string>& lines, const std::string& line) {
   return std::find(lines.begin(), lines.end(), line) != lines.end();
-}
-
-// Trace lines that start with `prefix`.
-std::vector<std::string> traced(const std::string& prefix) {
-  std::vector<std::string> out;
-  for (const std::string& line : sim::trace()) {
-    if (line.rfind(prefix, 0) == 0) out.push_back(line);
-  }
-  return out;
 }
 
 TEST(SplitCommand, FourWordsOnAnyRunOfBlanks) {
@@ -68,52 +60,31 @@ TEST(SplitCommand, FourWordsOnAnyRunOfBlanks) {
   }
 }
 
-class CommandReaderTest : public ::testing::Test {
+class CommandReaderTest : public CameraDeviceTest {
  protected:
   void SetUp() override {
-    sim::reset();
-    std::string error;
-    ASSERT_TRUE(sim::load_scenario(kScenario, &error)) << error;
-    ASSERT_TRUE(SCRSDK::Init());
-    SCRSDK::ICrCameraObjectInfo* info = nullptr;
-    CrInt8u serial[] = "D10042";
-    ASSERT_EQ(
-        SCRSDK::CreateCameraObjectInfoUSBConnection(
-            &info, static_cast<SCRSDK::CrCameraDeviceModelList>(camera_model_number("ILME-FX6")), serial),
-        SCRSDK::CrError_None);
-    ASSERT_EQ(SCRSDK::Connect(info, &device_, &device_.device_handle), SCRSDK::CrError_None);
-    info->Release();
-    ASSERT_TRUE(sim::wait_idle());
-    ASSERT_TRUE(device_.connected.load());
+    CameraDeviceTest::SetUp();
+    ASSERT_NO_FATAL_FAILURE(connect_usb(kScenario, camera_model_number("ILME-FX6")));
+    ASSERT_TRUE(device_->connected.load());
     for (const auto& [code, row] : propertyTable) codes_[row.name] = code;
     sim::clear_trace();
-    first_line_ = capture_.lines().size();
-  }
-
-  void TearDown() override {
-    (void)SCRSDK::Disconnect(device_.device_handle);
-    (void)SCRSDK::ReleaseDevice(device_.device_handle);
-    (void)SCRSDK::Release();
-    sim::reset();
-    running.store(true);
+    first_line_ = capture_->lines().size();
   }
 
   // Dispatches `line` and waits for the camera's answers.
   void dispatch(const std::string& line) {
-    dispatch_command(&device_, codes_, line);
+    dispatch_command(device_.get(), codes_, line);
     ASSERT_TRUE(sim::wait_idle());
   }
 
   // The stdout lines written since SetUp (or the last call).
   std::vector<std::string> new_lines() {
-    std::vector<std::string> all = capture_.lines();
+    std::vector<std::string> all = capture_->lines();
     std::vector<std::string> fresh(all.begin() + static_cast<std::ptrdiff_t>(first_line_), all.end());
     first_line_ = all.size();
     return fresh;
   }
 
-  StdoutCapture capture_;
-  CameraDeviceUSB device_;
   PropertyCodes codes_;
   size_t first_line_ = 0;
 };
@@ -174,22 +145,6 @@ TEST_F(CommandReaderTest, EachVerbReachesItsOperation) {
   }
 }
 
-TEST_F(CommandReaderTest, SetWritesThenReportsAndGetReports) {
-  dispatch("set ISO_SENSITIVITY 1600");
-  std::vector<std::string> lines = new_lines();
-  auto ack = std::find(lines.begin(), lines.end(), "ACK");
-  ASSERT_NE(ack, lines.end());
-  auto status = std::find_if(lines.begin(), lines.end(), [](const std::string& l) {
-    return l.rfind("status ISO_SENSITIVITY 1600 ", 0) == 0;
-  });
-  ASSERT_NE(status, lines.end());
-
-  dispatch("get ISO_SENSITIVITY");
-  lines = new_lines();
-  ASSERT_EQ(lines.size(), 1u);
-  EXPECT_EQ(lines[0].rfind("status ISO_SENSITIVITY 1600 ", 0), 0u);
-}
-
 TEST_F(CommandReaderTest, UnknownSetNameIsRememberedAndSilencesGet) {
   ASSERT_EQ(codes_.count("NO_SUCH_KEY"), 0u);
   dispatch("set NO_SUCH_KEY 1");
@@ -245,18 +200,22 @@ void feed_reader(CameraDevice* device, PropertyCodes& codes, const std::string& 
 }
 
 TEST_F(CommandReaderTest, ReadsLinesInOrderUntilHangUp) {
-  feed_reader(&device_, codes_, "RESET\nbogus\nRESET\n", false);
-  EXPECT_EQ(new_lines(), (std::vector<std::string>{"ACK", "NACK", "ACK", "END - elixir_handler_stdin"}));
-}
-
-TEST_F(CommandReaderTest, LastLineWithoutNewlineIsStillRead) {
-  feed_reader(&device_, codes_, "RESET", false);
-  EXPECT_EQ(new_lines(), (std::vector<std::string>{"ACK", "END - elixir_handler_stdin"}));
-}
-
-TEST_F(CommandReaderTest, HangUpEndsReaderBeforeUnreadInput) {
-  feed_reader(&device_, codes_, "RESET\nRESET\n", true);
-  EXPECT_EQ(new_lines(), std::vector<std::string>{"END - elixir_handler_stdin"});
+  const std::string end = "END - elixir_handler_stdin";
+  struct Case {
+    const char* input;
+    bool hang_up_first;
+    std::vector<std::string> lines;
+  };
+  const Case cases[] = {
+      {"RESET\nbogus\nRESET\n", false, {"ACK", "NACK", "ACK", end}},
+      {"RESET", false, {"ACK", end}},   // a last line without its newline
+      {"RESET\nRESET\n", true, {end}},  // the hang-up wins over unread input
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.input);
+    feed_reader(device_.get(), codes_, c.input, c.hang_up_first);
+    EXPECT_EQ(new_lines(), c.lines);
+  }
 }
 
 TEST_F(CommandReaderTest, ShutdownRequestEndsReaderWithInputPending) {
@@ -264,7 +223,7 @@ TEST_F(CommandReaderTest, ShutdownRequestEndsReaderWithInputPending) {
   ASSERT_EQ(pipe(fds), 0);
   ASSERT_EQ(write(fds[1], "RESET\n", 6), 6);
   request_shutdown();
-  read_commands(fds[0], &device_, codes_);  // returns without reading
+  read_commands(fds[0], device_.get(), codes_);  // returns without reading
   close(fds[0]);
   close(fds[1]);
   EXPECT_EQ(new_lines(), std::vector<std::string>{"END - elixir_handler_stdin"});

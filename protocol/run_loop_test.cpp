@@ -84,24 +84,6 @@ TEST_F(RunLoopTest, BlackLevelRemapOnlyForTwoModels) {
   }
 }
 
-TEST_F(RunLoopTest, ConnectedDeviceIsDisconnectedFirst) {
-  ASSERT_TRUE(SCRSDK::Init());
-  SCRSDK::ICrCameraObjectInfo* info = nullptr;
-  CrInt8u serial[] = "D10042";
-  ASSERT_EQ(SCRSDK::CreateCameraObjectInfoUSBConnection(
-                &info, static_cast<SCRSDK::CrCameraDeviceModelList>(camera_model_number("ILME-FX6")), serial),
-            SCRSDK::CrError_None);
-  CameraDeviceUSB device;
-  ASSERT_EQ(SCRSDK::Connect(info, &device, &device.device_handle), SCRSDK::CrError_None);
-  info->Release();
-  ASSERT_TRUE(sim::wait_idle());
-  ASSERT_TRUE(device.connected.load());
-  sim::clear_trace();
-
-  (void)run_bridge(&device);
-  EXPECT_EQ(teardown_calls(), (std::vector<std::string>{"Disconnect", "ReleaseDevice", "Release"}));
-}
-
 // Points standard input at a pipe for one probe of check_streams().
 bool probe_with_stdin_pipe(bool hang_up) {
   int fds[2];

@@ -2,6 +2,7 @@
 // the simulator's trace of SDK calls.
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,7 @@ class Connection : public ::testing::Test {
  protected:
   BridgeResult run(const std::vector<std::string>& args, const std::string& scenario) {
     const std::string path = dir_.write("scenario.txt", scenario);
+    std::remove(trace_path().c_str());  // the simulator appends: one run per trace
     return run_bridge_to_end(args, {{"VK_SONY_SIM_SCENARIO", path}, {"VK_SONY_SIM_TRACE", trace_path()}});
   }
   std::string trace_path() const { return dir_.file("trace.txt"); }
@@ -38,23 +40,17 @@ struct IpFailureCase {
 };
 
 TEST_F(Connection, IpFailuresAreToldAndEndTheProcess) {
-  const std::string fx6[] = {"-m", "ILME-FX6", "-i", kAddress};
+  const std::vector<std::string> fx6 = {"-m", "ILME-FX6", "-i", kAddress};
+  const std::string sdk = "Sony SDK failed to ";
+  const std::string at = std::string(" IP camera ") + kAddress;
   const IpFailureCase cases[] = {
-      {"fail create\n",
-       {fx6[0], fx6[1], fx6[2], fx6[3]},
-       std::string("Sony SDK failed to create IP camera object for ILME-FX6 at ") + kAddress +
-           ": 0x8000 (32768)\n"},
-      {"fail fingerprint 0x8001\n",
-       {fx6[0], fx6[1], fx6[2], fx6[3]},
-       std::string("Sony SDK failed to get SSH fingerprint from IP camera ") + kAddress +
-           ": 0x8001 (32769)\n"},
-      {"fail connect 0x8201\n",
-       {fx6[0], fx6[1], fx6[2], fx6[3]},
-       std::string("Sony SDK failed to connect to IP camera ") + kAddress + ": 0x8201 (33281)\n"},
+      {"fail create\n", fx6,
+       sdk + "create IP camera object for ILME-FX6 at " + kAddress + ": 0x8000 (32768)\n"},
+      {"fail fingerprint 0x8001\n", fx6, sdk + "get SSH fingerprint from" + at + ": 0x8001 (32769)\n"},
+      {"fail connect 0x8201\n", fx6, sdk + "connect to" + at + ": 0x8201 (33281)\n"},
       {"fail connect\n",
        {"-m", "ILCE-7SM3", "-i", kAddress},
-       std::string("Sony SDK failed to connect to IP camera ") + kAddress +
-           " without authentication: 0x8000 (32768)\n"},
+       sdk + "connect to" + at + " without authentication: 0x8000 (32768)\n"},
   };
   for (const IpFailureCase& c : cases) {
     const BridgeResult result = run(c.args, c.scenario);
@@ -68,64 +64,61 @@ TEST_F(Connection, IpFailuresAreToldAndEndTheProcess) {
   }
 }
 
-TEST_F(Connection, ZeroMacAndUnauthenticatedConnect) {
-  const BridgeResult result = run({"-m", "ILCE-7SM3", "-i", kAddress}, "fail connect\n");
-  EXPECT_NE(traced("CreateCameraObjectInfoEthernetConnection model=3 ip=" + std::string(kAddress) +
-                   " mac=00:00:00:00:00:00 ssh=0"),
-            "");
-  EXPECT_EQ(traced("GetFingerprint"), "");
-  EXPECT_NE(traced("Connect mode=0 reconnect=1 user= password= fingerprint_size=0"), "");
-}
-
-TEST_F(Connection, SshRequestedByModelOrByCredentials) {
+TEST_F(Connection, PathsChosenByArgumentsAndCamera) {
+  const std::string ip = kAddress;
+  const std::string create_ip = "CreateCameraObjectInfoEthernetConnection model=";
+  const std::string connect = "Connect mode=0 reconnect=1 ";
   struct Case {
     std::vector<std::string> args;
-    std::string create;
-    std::string connect;
+    std::string scenario;
+    std::vector<std::string> traced;      // each in some trace line
+    std::vector<std::string> not_traced;  // in none
   };
   const Case cases[] = {
-      {{"-m", "ILME-FX6", "-i", kAddress}, "model=10", "user=admin password=Pqrstu789 "},
-      {{"-p", "secret", "-m", "ILCE-7SM3", "-i", kAddress}, "model=3", "user=admin password=secret "},
-      {{"-u", "op", "-m", "HXR-NX800", "-i", kAddress}, "model=21", "user=op password=Pqrstu789 "},
+      // Neither model nor credentials ask for SSH: zero MAC, plain connect.
+      {{"-m", "ILCE-7SM3", "-i", kAddress},
+       "fail connect\n",
+       {create_ip + "3 ip=" + ip + " mac=00:00:00:00:00:00 ssh=0",
+        connect + "user= password= fingerprint_size=0"},
+       {"GetFingerprint"}},
+      // SSH requested by the model or by credentials.
+      {{"-m", "ILME-FX6", "-i", kAddress},
+       "fail connect\n",
+       {create_ip + "10 ", " ssh=1 ", "GetFingerprint result=0x0",
+        connect + "user=admin password=Pqrstu789 "},
+       {}},
+      {{"-p", "secret", "-m", "ILCE-7SM3", "-i", kAddress},
+       "fail connect\n",
+       {create_ip + "3 ", " ssh=1 ", "GetFingerprint result=0x0", connect + "user=admin password=secret "},
+       {}},
+      {{"-u", "op", "-m", "HXR-NX800", "-i", kAddress},
+       "fail connect\n",
+       {create_ip + "21 ", " ssh=1 ", "GetFingerprint result=0x0", connect + "user=op password=Pqrstu789 "},
+       {}},
+      // Not asked for SSH, but the camera object at this address reports it.
+      {{"-m", "ILCE-7SM3", "-i", kAddress},
+       "camera IP ILCE-7SM3 " + ip + " 00:11:22:33:44:55 ssh\nfail connect\n",
+       {" ssh=0 ", "GetFingerprint", connect + "user=admin password=Pqrstu789 "},
+       {}},
+      // A listed model's USB id connects without enumeration.
+      {{"USB|ILCE-7SM3|D10042"},
+       "camera USB ILME-FX6 D10042\n",
+       {"CreateCameraObjectInfoUSBConnection model=3 serial=D10042 result=0x0",
+        connect + "user=- password=- fingerprint_size=0 result=0x0"},
+       {"EnumCameraObjects"}},
+      // An unlisted model's id takes the search path.
+      {{"USB|ILCE-7RM4|R4"},
+       "camera USB ILME-FX6 D10042\ncamera USB ILCE-7RM4 R4\nfail connect\n",
+       {"EnumCameraObjects result=0x0 count=2", "CreateCameraObjectInfo model=ILCE-7RM4 type=USB",
+        connect + "user=- password=- fingerprint_size=0"},
+       {"CreateCameraObjectInfoUSBConnection"}},
   };
   for (const Case& c : cases) {
-    const BridgeResult result = run(c.args, "fail connect\n");
-    EXPECT_EQ(result.status, 1);
-    EXPECT_NE(traced("CreateCameraObjectInfoEthernetConnection " + c.create), "") << c.create;
-    EXPECT_NE(traced(" ssh=1 "), "") << c.create;
-    EXPECT_NE(traced("GetFingerprint result=0x0"), "") << c.create;
-    EXPECT_NE(traced("Connect mode=0 reconnect=1 " + c.connect), "") << c.create;
+    SCOPED_TRACE(::testing::PrintToString(c.args) + " " + c.scenario);
+    EXPECT_EQ(run(c.args, c.scenario).status, 1);
+    for (const std::string& needle : c.traced) EXPECT_NE(traced(needle), "") << needle;
+    for (const std::string& needle : c.not_traced) EXPECT_EQ(traced(needle), "") << needle;
   }
-}
-
-TEST_F(Connection, CameraReportingSshTakesTheAuthenticatedPath) {
-  // Not asked for SSH, but the camera object at this address reports it.
-  const BridgeResult result =
-      run({"-m", "ILCE-7SM3", "-i", kAddress},
-          std::string("camera IP ILCE-7SM3 ") + kAddress + " 00:11:22:33:44:55 ssh\n" + "fail connect\n");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(traced(" ssh=0 "), "");
-  EXPECT_NE(traced("GetFingerprint"), "");
-  EXPECT_NE(traced("Connect mode=0 reconnect=1 user=admin password=Pqrstu789 "), "");
-}
-
-TEST_F(Connection, UsbDirectIdConnectsWithoutEnumeration) {
-  const BridgeResult result = run({"USB|ILCE-7SM3|D10042"}, "camera USB ILME-FX6 D10042\n");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_NE(traced("CreateCameraObjectInfoUSBConnection model=3 serial=D10042 result=0x0"), "");
-  EXPECT_NE(traced("Connect mode=0 reconnect=1 user=- password=- fingerprint_size=0 result=0x0"), "");
-  EXPECT_EQ(traced("EnumCameraObjects"), "");
-}
-
-TEST_F(Connection, UnlistedModelIdTakesTheSearchPath) {
-  const BridgeResult result =
-      run({"USB|ILCE-7RM4|R4"}, "camera USB ILME-FX6 D10042\ncamera USB ILCE-7RM4 R4\nfail connect\n");
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.err, "");
-  EXPECT_EQ(traced("CreateCameraObjectInfoUSBConnection"), "");
-  EXPECT_NE(traced("EnumCameraObjects result=0x0 count=2"), "");
-  EXPECT_NE(traced("CreateCameraObjectInfo model=ILCE-7RM4 type=USB"), "");
-  EXPECT_NE(traced("Connect mode=0 reconnect=1 user=- password=- fingerprint_size=0"), "");
 }
 
 TEST_F(Connection, UsbFailuresAreSilent) {

@@ -1,5 +1,5 @@
 // Process-level tests of whole camera runs against the simulated camera: the
-// start of a run, the ways it ends, and the teardown the SDK sees.
+// parent's commands, the ways a run ends, and the teardown the SDK sees.
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -66,24 +66,70 @@ class BridgeRunTest : public ::testing::Test {
   std::string trace_path() const { return dir_.file("trace"); }
   std::string control_path() const { return dir_.file("control"); }
 
+  // Starts a bridge on kScenario plus `extra` scenario lines and waits for READY.
+  void start(const std::string& extra = "") {
+    bridge_ = start_until_ready({kUsbId}, env(std::string(kScenario) + extra));
+    ASSERT_TRUE(bridge_);
+  }
+
+  std::vector<std::string> trace_with(const std::string& needle) const {
+    std::vector<std::string> found;
+    for (const std::string& line : read_lines(trace_path())) {
+      if (line.find(needle) != std::string::npos) found.push_back(line);
+    }
+    return found;
+  }
+
   TempDir dir_;
+  std::unique_ptr<BridgeProcess> bridge_;
 };
 
-TEST_F(BridgeRunTest, ConnectsReportsThenReady) {
-  auto started = start_until_ready({kUsbId}, env(kScenario));
-  ASSERT_TRUE(started);
-  BridgeProcess& bridge = *started;
-  const std::vector<std::string>& lines = bridge.lines();
-  ASSERT_GE(lines.size(), 3u);
-  EXPECT_EQ(lines.front(), "CONNECTED");
-  EXPECT_TRUE(std::find(lines.begin(), lines.end(), "status ISO_SENSITIVITY 800 [400 800 1600] RW") !=
-              lines.end());
-  EXPECT_EQ(std::count(lines.begin(), lines.end(), "READY"), 1);
+TEST_F(BridgeRunTest, SetIsAcknowledgedAfterConfirmationThenReported) {
+  ASSERT_NO_FATAL_FAILURE(start());
+  bridge_->send("set ISO_SENSITIVITY 1600");
+  ASSERT_EQ(bridge_->read_line(), "ACK");
+  EXPECT_EQ(bridge_->read_line(), "status ISO_SENSITIVITY 1600 [400 800 1600] RW");
+  EXPECT_EQ(trace_with("SetDeviceProperty code=0x729 value=1600").size(), 1u);
 
-  bridge.close_stdin();
-  bridge.read_all();
-  EXPECT_EQ(bridge.wait_exit(), 1);
-  EXPECT_EQ(std::count(bridge.lines().begin(), bridge.lines().end(), "READY"), 1);
+  // Writing the current value is answered at once and reaches no camera.
+  bridge_->send("set ISO_SENSITIVITY 1600");
+  EXPECT_EQ(bridge_->read_line(), "ACK");
+  EXPECT_EQ(trace_with("SetDeviceProperty code=0x729").size(), 1u);
+
+  bridge_->send("get ISO_SENSITIVITY");
+  EXPECT_EQ(bridge_->read_line(), "status ISO_SENSITIVITY 1600 [400 800 1600] RW");
+}
+
+TEST_F(BridgeRunTest, TimecodeArrivesWithTheNextFlushedLine) {
+  ASSERT_NO_FATAL_FAILURE(start());
+  bridge_->send("get TC");
+  // The time-code line is raw: a following RESET's ACK carries it out.
+  bridge_->send("RESET");
+  EXPECT_EQ(bridge_->read_line(), "status TC 3600 [3600] RO");
+  EXPECT_EQ(bridge_->read_line(), "ACK");
+}
+
+TEST_F(BridgeRunTest, MalformedNumberAbortsTheProcess) {
+  ASSERT_NO_FATAL_FAILURE(start());
+  bridge_->send("action SHUTTER_PRESS soon");
+  EXPECT_EQ(bridge_->wait_exit(5s), 128 + SIGABRT);
+}
+
+// With a camera that never confirms, the first write is never acknowledged,
+// the next gated command waits at the gate, and a shutdown request writes
+// "CLOSED" but cannot end the process while the reader waits.
+TEST_F(BridgeRunTest, CameraThatNeverConfirmsBlocksTheReader) {
+  ASSERT_NO_FATAL_FAILURE(start("confirm never\n"));
+  bridge_->send("set ISO_SENSITIVITY 1600");
+  bridge_->send("set ISO_SENSITIVITY 400");
+  EXPECT_FALSE(bridge_->expect_line("ACK", 1500ms));
+  EXPECT_EQ(trace_with("SetDeviceProperty").size(), 1u);
+
+  bridge_->signal(SIGTERM);
+  EXPECT_TRUE(bridge_->expect_line("CLOSED", 3s));
+  EXPECT_FALSE(bridge_->wait_exit(1s).has_value());
+  const std::vector<std::string>& lines = bridge_->lines();
+  EXPECT_EQ(std::count(lines.begin(), lines.end(), "END - elixir_handler_stdin"), 0);
 }
 
 // Every way a run ends: the last lines, the exit status and the teardown.
@@ -148,22 +194,14 @@ TEST_F(BridgeRunTest, ClosedStdoutEndsRun) {
             (std::vector<std::string>{"Disconnect", "ReleaseDevice", "Release"}));
 }
 
-TEST_F(BridgeRunTest, CameraIdsSelectTheCamera) {
-  // "*" finds no camera in the system's USB tree and falls back to the SDK's
-  // search.
-  for (const char* id : {kUsbId, "*"}) {
-    SCOPED_TRACE(id);
-    auto started = start_until_ready({id}, env(kScenario));
-    ASSERT_TRUE(started);
-    BridgeProcess& bridge = *started;
-    bridge.close_stdin();
-    EXPECT_TRUE(bridge.expect_line("CLOSED"));
-    EXPECT_EQ(bridge.wait_exit(), 1);
-  }
-
-  BridgeResult result = run_bridge_to_end({"USB|ILCE-7RM4|D10042"}, env(kScenario));
-  EXPECT_EQ(result.status, 1);
-  EXPECT_EQ(result.out, "");
+// "*" finds no camera in the system's USB tree and falls back to the SDK's
+// search.
+TEST_F(BridgeRunTest, AnyCameraIdFallsBackToTheSdkSearch) {
+  auto started = start_until_ready({"*"}, env(kScenario));
+  ASSERT_TRUE(started);
+  started->close_stdin();
+  EXPECT_TRUE(started->expect_line("CLOSED"));
+  EXPECT_EQ(started->wait_exit(), 1);
 }
 
 }  // namespace

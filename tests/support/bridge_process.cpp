@@ -208,14 +208,6 @@ bool BridgeProcess::expect_line(const std::string& line, std::chrono::millisecon
   return false;
 }
 
-std::optional<std::string> BridgeProcess::expect_prefix(const std::string& prefix,
-                                                        std::chrono::milliseconds timeout) {
-  const auto deadline = Clock::now() + timeout;
-  while (auto got = read_line(std::chrono::milliseconds(remaining_ms(deadline))))
-    if (got->compare(0, prefix.size(), prefix) == 0) return got;
-  return std::nullopt;
-}
-
 const std::vector<std::string>& BridgeProcess::read_all(std::chrono::milliseconds timeout) {
   const auto deadline = Clock::now() + timeout;
   while (read_line(std::chrono::milliseconds(remaining_ms(deadline)))) {
@@ -286,18 +278,6 @@ std::vector<std::string> read_lines(const std::string& path) {
   std::string line;
   while (std::getline(in, line)) lines.push_back(line);
   return lines;
-}
-
-bool wait_for_file_line(const std::string& path, const std::string& needle,
-                        std::chrono::milliseconds timeout) {
-  const auto deadline = Clock::now() + timeout;
-  for (;;) {
-    for (const auto& line : read_lines(path))
-      if (line.find(needle) != std::string::npos) return true;
-    if (Clock::now() >= deadline) return false;
-    // A file has no readiness to poll on; wait briefly between reads.
-    poll(nullptr, 0, 10);
-  }
 }
 
 std::unique_ptr<BridgeProcess> start_until_ready(const std::vector<std::string>& args, const EnvChanges& env,

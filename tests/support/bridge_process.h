@@ -37,8 +37,6 @@ class BridgeProcess {
   BridgeProcess(const BridgeProcess&) = delete;
   BridgeProcess& operator=(const BridgeProcess&) = delete;
 
-  pid_t pid() const { return pid_; }
-
   // Writes `line` and a newline to the child's stdin.
   void send(const std::string& line);
   // Closes the child's stdin (the parent hangs up).
@@ -53,8 +51,6 @@ class BridgeProcess {
   // Reads lines until one equals `line`; true when it came within `timeout`.
   // Every line read is also kept in lines().
   bool expect_line(const std::string& line, std::chrono::milliseconds timeout = 5s);
-  // Reads lines until one starts with `prefix`; returns it, or nullopt.
-  std::optional<std::string> expect_prefix(const std::string& prefix, std::chrono::milliseconds timeout = 5s);
   // Every stdout line read so far, in order.
   const std::vector<std::string>& lines() const { return lines_; }
   // Reads the rest of stdout until it ends (or `timeout`) and returns all lines.
@@ -96,8 +92,5 @@ BridgeResult run_bridge_to_end(const std::vector<std::string>& args, const EnvCh
 
 // Reads the lines of a text file (e.g. a simulator trace); empty when absent.
 std::vector<std::string> read_lines(const std::string& path);
-// Waits until some line of the file at `path` contains `needle`.
-bool wait_for_file_line(const std::string& path, const std::string& needle,
-                        std::chrono::milliseconds timeout = 5s);
 
 #endif  // VK_SONY_TESTS_SUPPORT_BRIDGE_PROCESS_H

@@ -35,4 +35,10 @@ extern const std::map<PropertyCode, PropertyInfo> propertyTable;
 // The row for `code`, or nullptr when the bridge does not support it.
 const PropertyInfo* find_property(PropertyCode code);
 
+// EXPOSURE_MODE's converters: the SDK's names of exposure programs 1 to 7
+// ("CrExposure_M_Manual" ...), looked up on the low 32 bits only; "UNKNOWN"
+// for any other value, and 0 for a text that names no program.
+std::string exposureModeToText(uint64_t value);
+uint64_t exposureModeFromText(const std::string& text);
+
 #endif  // VK_SONY_PROPERTIES_PROPERTY_TABLE_H

@@ -6,6 +6,8 @@
 
 #include <iterator>
 
+#include "properties/property_table.h"
+
 std::string map_to_text(const ValueMap& map, uint64_t value) {
   for (size_t i = 0; i < map.count; ++i) {
     if (map.entries[i].code == value) return std::string(map.entries[i].text);

@@ -36,11 +36,6 @@ uint64_t mapFromText(const std::string& text) {
   return map_from_text(kMap, text);
 }
 
-// EXPOSURE_MODE: the SDK's exposure program names 1 to 7, looked up on the
-// low 32 bits only.
-std::string exposureModeToText(uint64_t value);
-uint64_t exposureModeFromText(const std::string& text);
-
 extern const ValueMap kAutoManualMap;    // 1 Automatic, 2 Manual
 extern const ValueMap kUpperOffOnMap;    // 1 OFF, 2 ON
 extern const ValueMap kMixedOffOnMap;    // 1 Off, 2 On

@@ -5,6 +5,7 @@
 #include <sstream>
 #include <vector>
 
+#include "properties/property_table.h"
 #include "protocol/device_property_names.h"
 #include "protocol/protocol.h"
 
@@ -202,13 +203,6 @@ constexpr const char* kDisplayStringTypes[] = {
     "SDK::CrDisplayStringType_Button_Assign_ShortDisplay",
 };
 
-constexpr const char* kExposurePrograms[] = {
-    "CrExposure_M_Manual",           "CrExposure_P_Auto",
-    "CrExposure_A_AperturePriority", "CrExposure_S_ShutterSpeedPriority",
-    "CrExposure_Program_Creative",   "CrExposure_Program_Action",
-    "CrExposure_Portrait",
-};
-
 constexpr CodeName kLiveViewNames[] = {
     {0x121, "CrLiveViewProperty_AF_Area_Position"},
     {0x122, "CrLiveViewProperty_Focus_Magnifier_Position"},
@@ -271,8 +265,9 @@ std::string display_string_type_name(uint32_t type) {
 }
 
 std::string exposure_program_name(int32_t value) {
-  if (value < 1 || value > static_cast<int32_t>(std::size(kExposurePrograms))) return "UNKNOWN";
-  return kExposurePrograms[value - 1];
+  // The property converter reads the low 32 bits, where -1 would wrap round.
+  if (value < 1) return "UNKNOWN";
+  return exposureModeToText(static_cast<uint32_t>(value));
 }
 
 std::string live_view_property_name(uint32_t code) {

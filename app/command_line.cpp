@@ -9,7 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "app/log.h"
+#include "base/base.h"
 #include "connection/connection.h"
 #include "git_version.h"
 

@@ -69,7 +69,7 @@ endif()
 
 set(text "// Generated from the SDK's CrDeviceProperty.h by cmake/device_property_names.cmake.
 // Do not edit: it is rewritten when the header changes.
-#include \"protocol/device_property_names.h\"
+#include \"base/device_property_names.h\"
 
 #include \"CrDeviceProperty.h\"
 

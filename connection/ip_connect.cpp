@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "CameraRemote_SDK.h"
-#include "app/log.h"
+#include "base/base.h"
 #include "connection/connection.h"
 #include "protocol/protocol.h"
 

@@ -8,7 +8,7 @@
 #include <fstream>
 
 #include "CameraRemote_SDK.h"
-#include "app/log.h"
+#include "base/base.h"
 #include "connection/connection.h"
 
 namespace {

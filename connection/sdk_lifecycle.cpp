@@ -7,9 +7,8 @@
 #include <sstream>
 
 #include "CameraRemote_SDK.h"
-#include "app/log.h"
+#include "base/base.h"
 #include "connection/connection.h"
-#include "protocol/protocol.h"
 
 namespace {
 

@@ -5,8 +5,7 @@
 #include <cstdio>
 #include <string>
 
-#include "app/log.h"
-#include "protocol/protocol.h"
+#include "base/base.h"
 
 namespace {
 

@@ -14,7 +14,7 @@
 
 #include "CameraRemote_SDK.h"
 #include "IDeviceCallback.h"
-#include "protocol/protocol.h"
+#include "base/base.h"
 
 // ---- Camera model table --------------------------------------------------
 

@@ -15,7 +15,7 @@
 
 #include "CameraRemote_SDK.h"
 #include "device/camera_device.h"
-#include "protocol/protocol.h"
+#include "base/base.h"
 #include "sim/sim_control.h"
 #include "tests/support/stdout_capture.h"
 #include "tests/support/temp_dir.h"

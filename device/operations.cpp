@@ -11,10 +11,9 @@
 #include <vector>
 
 #include "CameraRemote_SDK.h"
-#include "app/log.h"
+#include "base/base.h"
 #include "device/camera_device.h"
 #include "properties/property_table.h"
-#include "protocol/protocol.h"
 
 namespace {
 

@@ -4,10 +4,9 @@
 #include <string>
 
 #include "CameraRemote_SDK.h"
-#include "app/log.h"
+#include "base/base.h"
 #include "device/camera_device.h"
 #include "properties/property_table.h"
-#include "protocol/protocol.h"
 
 namespace {
 

@@ -10,16 +10,12 @@
 #include <thread>
 
 #include "CameraRemote_SDK.h"
-#include "app/log.h"
+#include "base/base.h"
 #include "device/camera_device.h"
 #include "properties/property_table.h"
 #include "protocol/protocol.h"
 
-std::atomic<bool> running{true};
-
 PropertyCodes property_codes;
-
-void request_shutdown() { running.store(false, std::memory_order_seq_cst); }
 
 namespace {
 

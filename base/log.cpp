@@ -1,6 +1,6 @@
 // The diagnostic log: a process-wide file descriptor opened on first use,
 // one write per line under a mutex.
-#include "app/log.h"
+#include "base/base.h"
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "properties/formatters.h"
-#include "protocol/property_line.h"
-#include "protocol/protocol.h"
+#include "base/property_line.h"
+#include "base/base.h"
 #include "tests/support/stdout_capture.h"
 
 namespace {

@@ -6,8 +6,8 @@
 #include <sstream>
 #include <string>
 
-#include "protocol/device_property_names.h"
-#include "protocol/protocol.h"
+#include "base/device_property_names.h"
+#include "base/base.h"
 
 namespace {
 

@@ -5,8 +5,8 @@
 #include <iostream>
 #include <mutex>
 
-#include "protocol/property_line.h"
-#include "protocol/protocol.h"
+#include "base/property_line.h"
+#include "base/base.h"
 
 namespace {
 

@@ -1,10 +1,10 @@
 // The property status line of an SDK property record. Kept apart from the
 // line writer so that writing lines does not pull in the SDK's record class.
-#include "protocol/property_line.h"
+#include "base/property_line.h"
 
 #include <cstdint>
 
-#include "protocol/protocol.h"
+#include "base/base.h"
 
 std::string compose_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
                                   ToTextFn to_text, SkipValueFn skip, bool list_values) {

@@ -1,7 +1,7 @@
 // The SDK's device-property enumerator names, generated at build time from
 // the SDK header in use (cmake/device_property_names.cmake).
-#ifndef VK_SONY_PROTOCOL_DEVICE_PROPERTY_NAMES_H
-#define VK_SONY_PROTOCOL_DEVICE_PROPERTY_NAMES_H
+#ifndef VK_SONY_BASE_DEVICE_PROPERTY_NAMES_H
+#define VK_SONY_BASE_DEVICE_PROPERTY_NAMES_H
 
 #include <cstddef>
 #include <cstdint>
@@ -17,4 +17,4 @@ struct DevicePropertyName {
 extern const DevicePropertyName kDevicePropertyNames[];
 extern const size_t kDevicePropertyNameCount;
 
-#endif  // VK_SONY_PROTOCOL_DEVICE_PROPERTY_NAMES_H
+#endif  // VK_SONY_BASE_DEVICE_PROPERTY_NAMES_H

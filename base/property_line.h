@@ -1,7 +1,7 @@
 // The property status line composed from the plain fields of a property
 // record, so that it can be built without an SDK object.
-#ifndef VK_SONY_PROTOCOL_PROPERTY_LINE_H
-#define VK_SONY_PROTOCOL_PROPERTY_LINE_H
+#ifndef VK_SONY_BASE_PROPERTY_LINE_H
+#define VK_SONY_BASE_PROPERTY_LINE_H
 
 #include <cstdint>
 #include <string>
@@ -24,4 +24,4 @@ struct PropertyFields {
 std::string compose_status_line(const std::string& key, const PropertyFields& fields, ToTextFn to_text,
                                 SkipValueFn skip, bool list_values);
 
-#endif  // VK_SONY_PROTOCOL_PROPERTY_LINE_H
+#endif  // VK_SONY_BASE_PROPERTY_LINE_H

@@ -1,5 +1,6 @@
 // The SDK's free functions, played by the simulated camera.
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -34,9 +35,9 @@ Simulator& simulator() { return Simulator::instance(); }
 
 // Returns the injected result of `call`, or CrError_None.
 CrError injected(const std::string& call) {
-  const sim::Scenario scenario = simulator().scenario();
-  const auto found = scenario.failures.find(call);
-  return found == scenario.failures.end() ? SCRSDK::CrError_None : static_cast<CrError>(found->second);
+  const std::shared_ptr<const sim::Scenario> scenario = simulator().scenario();
+  const auto found = scenario->failures.find(call);
+  return found == scenario->failures.end() ? SCRSDK::CrError_None : static_cast<CrError>(found->second);
 }
 
 std::string text_or_dash(const char* text) { return text == nullptr ? "-" : text; }
@@ -93,21 +94,21 @@ void fill_property(const sim::ScenarioProperty& p, SCRSDK::CrDeviceProperty* out
 // Reports a changed property after the confirm delay (unless the camera
 // never confirms).
 void confirm_change(uint32_t code, bool honour_never) {
-  const sim::Scenario scenario = simulator().scenario();
-  if (honour_never && scenario.confirm_never) return;
+  const std::shared_ptr<const sim::Scenario> scenario = simulator().scenario();
+  if (honour_never && scenario->confirm_never) return;
   sim::Callback changed;
   changed.kind = sim::Callback::Kind::kPropertyChanged;
   sim::Callback codes;
   codes.kind = sim::Callback::Kind::kPropertyChangedCodes;
   codes.codes = {code};
-  simulator().queue({changed, codes}, std::chrono::milliseconds(scenario.confirm_ms));
+  simulator().queue({changed, codes}, std::chrono::milliseconds(scenario->confirm_ms));
 }
 
 // Applies a write; sets `*changed` to the code to report, or 0.
 CrError set_property(CrInt32u code, uint64_t value, CrInt32u* changed) {
-  const sim::Scenario scenario = simulator().scenario();
-  const auto failure = scenario.set_failures.find(code);
-  if (failure != scenario.set_failures.end()) return static_cast<CrError>(failure->second);
+  const std::shared_ptr<const sim::Scenario> scenario = simulator().scenario();
+  const auto failure = scenario->set_failures.find(code);
+  if (failure != scenario->set_failures.end()) return static_cast<CrError>(failure->second);
   sim::ScenarioProperty property;
   for (const StepProperty& step : kStepProperties) {
     if (code != step.step) continue;
@@ -133,14 +134,14 @@ CrError set_property(CrInt32u code, uint64_t value, CrInt32u* changed) {
 
 template <typename Record>
 CrError live_view_records(CrInt32u count, const CrInt32u* codes, Record** out, CrInt32* num) {
-  const sim::Scenario scenario = simulator().scenario();
+  const std::shared_ptr<const sim::Scenario> scenario = simulator().scenario();
   std::vector<sim::ScenarioLiveViewProperty> chosen;
-  for (const sim::ScenarioLiveViewProperty& lv : scenario.lv_properties) {
+  for (const sim::ScenarioLiveViewProperty& lv : scenario->lv_properties) {
     bool wanted = codes == nullptr;
     for (CrInt32u i = 0; !wanted && i < count; ++i) wanted = codes[i] == lv.code;
     if (wanted) chosen.push_back(lv);
   }
-  const CrInt32u time_code = scenario.lv_properties.empty() ? 0 : scenario.lv_properties[0].time_code;
+  const CrInt32u time_code = scenario->lv_properties.empty() ? 0 : scenario->lv_properties[0].time_code;
   Record* records = chosen.empty() ? nullptr : new Record[chosen.size()];
   for (std::size_t i = 0; i < chosen.size(); ++i) {
     records[i].SetCode(chosen[i].code);
@@ -165,14 +166,14 @@ extern "C" {
 
 bool Init(CrInt32u logtype) {
   simulator().open_environment();
-  simulator().trace("Init logtype=" + std::to_string(logtype));
+  if (simulator().tracing()) simulator().trace("Init logtype=" + std::to_string(logtype));
   return simulator().init_scenario();
 }
 
 bool Release() {
   // Threads first, so that no callback line follows this one.
   simulator().shut_down(false);
-  simulator().trace("Release");
+  if (simulator().tracing()) simulator().trace("Release");
   simulator().close_trace();
   return true;
 }
@@ -180,20 +181,21 @@ bool Release() {
 CrInt32u GetSDKVersion() { return simulator().peek_sdk_version(); }
 
 CrError EnumCameraObjects(ICrEnumCameraObjectInfo** ppEnumCameraObjectInfo, CrInt8u /*timeInSec*/) {
-  const sim::Scenario scenario = simulator().scenario();
+  const std::shared_ptr<const sim::Scenario> scenario = simulator().scenario();
   CrError result = injected("enum");
   std::size_t count = 0;
   if (ppEnumCameraObjectInfo != nullptr) *ppEnumCameraObjectInfo = nullptr;
-  if (result == CrError_None && scenario.failures.count("enum-null") == 0 &&
+  if (result == CrError_None && scenario->failures.count("enum-null") == 0 &&
       ppEnumCameraObjectInfo != nullptr) {
     sim::CameraList* list = new sim::CameraList();
-    for (const sim::ScenarioCamera& camera : scenario.cameras) {
+    for (const sim::ScenarioCamera& camera : scenario->cameras) {
       list->cameras.emplace_back(sim::CameraObject::from_scenario(camera));
     }
     count = list->cameras.size();
     *ppEnumCameraObjectInfo = list;
   }
-  simulator().trace("EnumCameraObjects result=" + result_hex(result) + " count=" + std::to_string(count));
+  if (simulator().tracing())
+    simulator().trace("EnumCameraObjects result=" + result_hex(result) + " count=" + std::to_string(count));
   return result;
 }
 
@@ -201,8 +203,9 @@ ICrCameraObjectInfo* CreateCameraObjectInfo(CrChar* name, CrChar* model, CrInt16
                                             CrInt32u idSize, CrInt8u* id, CrChar* connectTypeName,
                                             CrChar* adaptorName, CrChar* pairingNecessity,
                                             CrInt32u sshSupport) {
-  simulator().trace("CreateCameraObjectInfo model=" + std::string(model ? model : "") +
-                    " type=" + std::string(connectTypeName ? connectTypeName : ""));
+  if (simulator().tracing())
+    simulator().trace("CreateCameraObjectInfo model=" + std::string(model ? model : "") +
+                      " type=" + std::string(connectTypeName ? connectTypeName : ""));
   if (injected("create") != CrError_None) return nullptr;
   sim::CameraObject* object = new sim::CameraObject();
   object->name = name ? name : "";
@@ -240,15 +243,16 @@ CrError CreateCameraObjectInfoUSBConnection(ICrCameraObjectInfo** pCameraObjectI
     object->id.assign(serial.begin(), serial.end());
     *pCameraObjectInfo = object;
   }
-  simulator().trace("CreateCameraObjectInfoUSBConnection model=" + std::to_string(model) +
-                    " serial=" + serial + " result=" + result_hex(result));
+  if (simulator().tracing())
+    simulator().trace("CreateCameraObjectInfoUSBConnection model=" + std::to_string(model) +
+                      " serial=" + serial + " result=" + result_hex(result));
   return result;
 }
 
 CrError CreateCameraObjectInfoEthernetConnection(ICrCameraObjectInfo** pCameraObjectInfo,
                                                  CrCameraDeviceModelList model, CrInt32u ipAddress,
                                                  CrInt8u* macAddress, CrInt32u sshSupport) {
-  const sim::Scenario scenario = simulator().scenario();
+  const std::shared_ptr<const sim::Scenario> scenario = simulator().scenario();
   CrError result = injected("create");
   if (pCameraObjectInfo == nullptr) result = CrError_Generic;
   const std::string ip = sim::dotted(ipAddress);
@@ -264,7 +268,7 @@ CrError CreateCameraObjectInfoEthernetConnection(ICrCameraObjectInfo** pCameraOb
     if (macAddress != nullptr) std::copy(macAddress, macAddress + 6, object->mac);
     object->mac_char = sim::mac_text(object->mac);
     object->ssh = sshSupport;
-    for (const sim::ScenarioCamera& camera : scenario.cameras) {
+    for (const sim::ScenarioCamera& camera : scenario->cameras) {
       if (camera.type == "IP" && camera.id == ip && camera.ssh >= 0)
         object->ssh = static_cast<CrInt32u>(camera.ssh);
     }
@@ -273,9 +277,10 @@ CrError CreateCameraObjectInfoEthernetConnection(ICrCameraObjectInfo** pCameraOb
     std::copy(object->mac, object->mac + 6, object->id.begin() + 520);
     *pCameraObjectInfo = object;
   }
-  simulator().trace("CreateCameraObjectInfoEthernetConnection model=" + std::to_string(model) + " ip=" + ip +
-                    " mac=" + sim::mac_text(macAddress) + " ssh=" + std::to_string(sshSupport) +
-                    " result=" + result_hex(result));
+  if (simulator().tracing())
+    simulator().trace("CreateCameraObjectInfoEthernetConnection model=" + std::to_string(model) +
+                      " ip=" + ip + " mac=" + sim::mac_text(macAddress) +
+                      " ssh=" + std::to_string(sshSupport) + " result=" + result_hex(result));
   return result;
 }
 
@@ -297,7 +302,8 @@ CrError GetFingerprint(ICrCameraObjectInfo* pCameraObjectInfo, char* fingerprint
     std::memcpy(fingerprint, text, size + 1);
     *fingerprintSize = size;
   }
-  simulator().trace("GetFingerprint result=" + result_hex(result) + " size=" + std::to_string(size));
+  if (simulator().tracing())
+    simulator().trace("GetFingerprint result=" + result_hex(result) + " size=" + std::to_string(size));
   return result;
 }
 
@@ -309,27 +315,31 @@ CrError Connect(ICrCameraObjectInfo* pCameraObjectInfo, IDeviceCallback* callbac
   if (pCameraObjectInfo == nullptr || callback == nullptr || deviceHandle == nullptr)
     result = CrError_Generic;
   // The trace line comes before the connection's callbacks.
-  simulator().trace("Connect mode=" + std::to_string(openMode) + " reconnect=" + std::to_string(reconnect) +
-                    " user=" + text_or_dash(userId) + " password=" + text_or_dash(userPassword) +
-                    " fingerprint_size=" + std::to_string(fingerprintSize) + " result=" + result_hex(result));
+  if (simulator().tracing())
+    simulator().trace("Connect mode=" + std::to_string(openMode) + " reconnect=" + std::to_string(reconnect) +
+                      " user=" + text_or_dash(userId) + " password=" + text_or_dash(userPassword) +
+                      " fingerprint_size=" + std::to_string(fingerprintSize) +
+                      " result=" + result_hex(result));
   if (result == CrError_None) simulator().connect(callback, deviceHandle);
   return result;
 }
 
 CrError Disconnect(CrDeviceHandle deviceHandle) {
   simulator().disconnect(deviceHandle);
-  simulator().trace("Disconnect result=0x0");
+  if (simulator().tracing()) simulator().trace("Disconnect result=0x0");
   return CrError_None;
 }
 
 CrError ReleaseDevice(CrDeviceHandle deviceHandle) {
   simulator().release_device(deviceHandle);
-  simulator().trace("ReleaseDevice result=0x0");
+  if (simulator().tracing()) simulator().trace("ReleaseDevice result=0x0");
   return CrError_None;
 }
 
 CrError SendCommand(CrDeviceHandle deviceHandle, CrInt32u commandId, CrCommandParam commandParam) {
-  simulator().trace("SendCommand id=" + std::to_string(commandId) + " param=" + std::to_string(commandParam));
+  if (simulator().tracing())
+    simulator().trace("SendCommand id=" + std::to_string(commandId) +
+                      " param=" + std::to_string(commandParam));
   if (!simulator().knows(deviceHandle)) return CrError_Generic;
   sim::ScenarioProperty recording;
   if (!simulator().find_property(kPropertyMovieRecording, &recording)) return CrError_None;
@@ -349,9 +359,10 @@ CrError SetDeviceProperty(CrDeviceHandle deviceHandle, CrDeviceProperty* pProper
   const CrError result = simulator().knows(deviceHandle)
                              ? set_property(pProperty->GetCode(), pProperty->GetCurrentValue(), &changed)
                              : CrError_Generic;
-  simulator().trace("SetDeviceProperty code=" + hex(pProperty->GetCode()) +
-                    " value=" + std::to_string(pProperty->GetCurrentValue()) +
-                    " type=" + hex(pProperty->GetValueType()) + " result=" + result_hex(result));
+  if (simulator().tracing())
+    simulator().trace("SetDeviceProperty code=" + hex(pProperty->GetCode()) +
+                      " value=" + std::to_string(pProperty->GetCurrentValue()) +
+                      " type=" + hex(pProperty->GetValueType()) + " result=" + result_hex(result));
   // Queued after the call's own trace line, so the trace reads in order.
   if (changed != 0) confirm_change(changed, true);
   return result;
@@ -364,18 +375,23 @@ CrError GetSelectDeviceProperties(CrDeviceHandle deviceHandle, CrInt32u numOfCod
     result = CrError_Generic;
   }
   if (result == CrError_None) {
-    std::vector<sim::ScenarioProperty> chosen;
-    for (CrInt32u i = 0; codes != nullptr && i < numOfCodes; ++i) {
-      sim::ScenarioProperty property;
-      if (simulator().find_property(codes[i], &property)) chosen.push_back(property);
+    // Filled in place under the simulator's lock: no copy of the properties.
+    CrDeviceProperty* array =
+        numOfCodes == 0 || codes == nullptr ? nullptr : new CrDeviceProperty[numOfCodes];
+    CrInt32 filled = 0;
+    simulator().visit_properties(codes, numOfCodes, [&](const sim::ScenarioProperty& property) {
+      fill_property(property, &array[filled++]);
+    });
+    if (filled == 0) {
+      delete[] array;
+      array = nullptr;
     }
-    CrDeviceProperty* array = chosen.empty() ? nullptr : new CrDeviceProperty[chosen.size()];
-    for (std::size_t i = 0; i < chosen.size(); ++i) fill_property(chosen[i], &array[i]);
     *properties = array;
-    *numOfProperties = static_cast<CrInt32>(chosen.size());
+    *numOfProperties = filled;
   }
-  simulator().trace("GetSelectDeviceProperties codes=" + codes_text(numOfCodes, codes) +
-                    " result=" + result_hex(result));
+  if (simulator().tracing())
+    simulator().trace("GetSelectDeviceProperties codes=" + codes_text(numOfCodes, codes) +
+                      " result=" + result_hex(result));
   return result;
 }
 
@@ -384,7 +400,7 @@ CrError ReleaseDeviceProperties(CrDeviceHandle /*deviceHandle*/, CrDevicePropert
   // The array is freed even when the call is made to fail, so that a test
   // of the failure path stays leak-free.
   delete[] properties;
-  simulator().trace("ReleaseDeviceProperties result=" + result_hex(result));
+  if (simulator().tracing()) simulator().trace("ReleaseDeviceProperties result=" + result_hex(result));
   return result;
 }
 
@@ -393,7 +409,7 @@ CrError GetLiveViewProperties(CrDeviceHandle deviceHandle, CrLiveViewProperty** 
   CrError result = injected("get-lv-properties");
   if (!simulator().knows(deviceHandle)) result = CrError_Generic;
   if (result == CrError_None) result = live_view_records(0, nullptr, properties, numOfProperties);
-  simulator().trace("GetLiveViewProperties result=" + result_hex(result));
+  if (simulator().tracing()) simulator().trace("GetLiveViewProperties result=" + result_hex(result));
   return result;
 }
 
@@ -405,15 +421,16 @@ CrError GetSelectLiveViewProperties(CrDeviceHandle deviceHandle, CrInt32u numOfC
     static CrInt32u no_codes = 0;
     result = live_view_records(numOfCodes, codes == nullptr ? &no_codes : codes, properties, numOfProperties);
   }
-  simulator().trace("GetSelectLiveViewProperties codes=" + codes_text(numOfCodes, codes) +
-                    " result=" + result_hex(result));
+  if (simulator().tracing())
+    simulator().trace("GetSelectLiveViewProperties codes=" + codes_text(numOfCodes, codes) +
+                      " result=" + result_hex(result));
   return result;
 }
 
 CrError ReleaseLiveViewProperties(CrDeviceHandle /*deviceHandle*/, CrLiveViewProperty* properties) {
   const CrError result = injected("release-lv-properties");
   delete[] properties;
-  simulator().trace("ReleaseLiveViewProperties result=" + result_hex(result));
+  if (simulator().tracing()) simulator().trace("ReleaseLiveViewProperties result=" + result_hex(result));
   return result;
 }
 
@@ -421,7 +438,7 @@ CrError GetLiveViewImageInfo(CrDeviceHandle deviceHandle, CrImageInfo* info) {
   CrError result = injected("live-view");
   if (!simulator().knows(deviceHandle) || info == nullptr) result = CrError_Generic;
   if (result == CrError_None) sim::set_image_info(info, 640, 360, 1024);
-  simulator().trace("GetLiveViewImageInfo result=" + result_hex(result));
+  if (simulator().tracing()) simulator().trace("GetLiveViewImageInfo result=" + result_hex(result));
   return result;
 }
 
@@ -440,25 +457,26 @@ CrError GetLiveViewImage(CrDeviceHandle deviceHandle, CrImageDataBlock* imageDat
     data[1] = 0xD8;
     data[kImageSize - 2] = 0xFF;
     data[kImageSize - 1] = 0xD9;
-    const sim::Scenario scenario = simulator().scenario();
-    const CrInt32u time_code = scenario.lv_properties.empty() ? 0 : scenario.lv_properties[0].time_code;
+    const std::shared_ptr<const sim::Scenario> scenario = simulator().scenario();
+    const CrInt32u time_code = scenario->lv_properties.empty() ? 0 : scenario->lv_properties[0].time_code;
     sim::set_image_frame(imageData, simulator().next_frame(), kImageSize, time_code);
   }
-  simulator().trace("GetLiveViewImage result=" + result_hex(result));
+  if (simulator().tracing()) simulator().trace("GetLiveViewImage result=" + result_hex(result));
   return result;
 }
 
 CrError RequestDisplayStringList(CrDeviceHandle deviceHandle, CrDisplayStringType type) {
   CrError result = injected("menu");
   if (!simulator().knows(deviceHandle)) result = CrError_Generic;
-  simulator().trace("RequestDisplayStringList type=" + hex(type) + " result=" + result_hex(result));
+  if (simulator().tracing())
+    simulator().trace("RequestDisplayStringList type=" + hex(type) + " result=" + result_hex(result));
   if (result == CrError_None) {
-    const sim::Scenario scenario = simulator().scenario();
+    const std::shared_ptr<const sim::Scenario> scenario = simulator().scenario();
     sim::Callback warning;
     warning.kind = sim::Callback::Kind::kWarning;
-    warning.value = scenario.menu_success ? CrWarning_RequestDisplayStringList_Success
-                                          : CrWarning_RequestDisplayStringList_Error;
-    simulator().queue({warning}, std::chrono::milliseconds(scenario.confirm_ms));
+    warning.value = scenario->menu_success ? CrWarning_RequestDisplayStringList_Success
+                                           : CrWarning_RequestDisplayStringList_Error;
+    simulator().queue({warning}, std::chrono::milliseconds(scenario->confirm_ms));
   }
   return result;
 }
@@ -466,8 +484,9 @@ CrError RequestDisplayStringList(CrDeviceHandle deviceHandle, CrDisplayStringTyp
 CrError ImportLUTFile(CrDeviceHandle deviceHandle, CrChar* fileName, CrBaseLookNumber baseLookNumber) {
   CrError result = injected("lut");
   if (!simulator().knows(deviceHandle)) result = CrError_Generic;
-  simulator().trace("ImportLUTFile file=" + std::string(fileName ? fileName : "") +
-                    " slot=" + std::to_string(baseLookNumber) + " result=" + result_hex(result));
+  if (simulator().tracing())
+    simulator().trace("ImportLUTFile file=" + std::string(fileName ? fileName : "") +
+                      " slot=" + std::to_string(baseLookNumber) + " result=" + result_hex(result));
   return result;
 }
 

@@ -6,7 +6,10 @@
 
 namespace sim {
 
-void reset() { Simulator::instance().shut_down(true); }
+void reset() {
+  Simulator::instance().shut_down(true);
+  Simulator::instance().keep_trace_lines();
+}
 
 bool load_scenario(const std::string& text, std::string* error) {
   return Simulator::instance().load_scenario_text(text, error);

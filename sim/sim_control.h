@@ -14,7 +14,9 @@ namespace sim {
 // Returns the simulator to its start state: no scenario loaded (the next
 // Init loads the one named by VK_SONY_SIM_SCENARIO, or the built-in
 // default), no cameras connected, no failures injected, trace emptied.
-// Stops the simulator's threads.
+// Stops the simulator's threads. From the first reset() on, the process
+// keeps its trace lines in memory for trace(); without it (the bridge
+// itself) they only go to the trace file.
 void reset();
 
 // Replaces the scenario with `text` (the scenario file format). Returns false

@@ -127,7 +127,7 @@ void Simulator::trace(const std::string& line) {
     t0_ = now;
     t0_set_ = true;
   }
-  trace_lines_.push_back(line);
+  if (keep_lines_) trace_lines_.push_back(line);
   if (trace_fd_ >= 0) {
     const long long us = std::chrono::duration_cast<std::chrono::microseconds>(now - t0_).count();
     const std::string out = std::to_string(us) + " " + line + "\n";
@@ -137,6 +137,14 @@ void Simulator::trace(const std::string& line) {
     }
   }
 }
+
+void Simulator::keep_trace_lines() {
+  std::lock_guard<std::mutex> lock(trace_mu_);
+  keep_lines_ = true;
+  update_tracing_locked();
+}
+
+void Simulator::update_tracing_locked() { tracing_.store(keep_lines_ || trace_fd_ >= 0); }
 
 std::vector<std::string> Simulator::trace_lines() {
   std::lock_guard<std::mutex> lock(trace_mu_);
@@ -155,6 +163,7 @@ void Simulator::open_environment() {
     if (path != nullptr && *path != '\0' && trace_fd_ < 0) {
       trace_fd_ = ::open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0644);
       if (trace_fd_ < 0) report(std::string(path) + ": " + std::strerror(errno));
+      update_tracing_locked();
     }
   }
   const char* control = std::getenv("VK_SONY_SIM_CONTROL");
@@ -183,28 +192,32 @@ bool Simulator::init_scenario() {
       report(path + ":" + error);
       return false;
     }
-    scenario_ = parsed;
-    props_ = scenario_.properties;
-    loaded_ = true;
+    set_scenario_locked(std::move(parsed));
   }
-  return !scenario_.fail_init;
+  return !scenario_->fail_init;
 }
 
 bool Simulator::load_scenario_text(const std::string& text, std::string* error) {
   Scenario parsed;
   if (!parse_scenario(text, &parsed, error)) return false;
   std::lock_guard<std::mutex> lock(mu_);
-  scenario_ = parsed;
-  props_ = scenario_.properties;
-  loaded_ = true;
+  set_scenario_locked(std::move(parsed));
   loaded_by_test_ = true;
   return true;
+}
+
+void Simulator::set_scenario_locked(Scenario scenario) {
+  props_ = scenario.properties;
+  prop_index_.clear();
+  for (std::size_t i = 0; i < props_.size(); ++i) prop_index_[props_[i].code] = i;
+  scenario_ = std::make_shared<const Scenario>(std::move(scenario));
+  loaded_ = true;
 }
 
 uint32_t Simulator::peek_sdk_version() {
   {
     std::lock_guard<std::mutex> lock(mu_);
-    if (loaded_) return scenario_.sdk_version;
+    if (loaded_) return scenario_->sdk_version;
   }
   const char* env = std::getenv("VK_SONY_SIM_SCENARIO");
   std::string text = kDefaultScenario;
@@ -215,15 +228,13 @@ uint32_t Simulator::peek_sdk_version() {
   return parsed.sdk_version;
 }
 
-Scenario Simulator::scenario() {
+std::shared_ptr<const Scenario> Simulator::scenario() {
   std::lock_guard<std::mutex> lock(mu_);
   if (!loaded_) {
     // Calls made without Init see the default scenario.
+    Scenario parsed;
     std::string error;
-    if (parse_scenario(kDefaultScenario, &scenario_, &error)) {
-      props_ = scenario_.properties;
-      loaded_ = true;
-    }
+    if (parse_scenario(kDefaultScenario, &parsed, &error)) set_scenario_locked(std::move(parsed));
   }
   return scenario_;
 }
@@ -231,7 +242,14 @@ Scenario Simulator::scenario() {
 // ---- device ----
 
 void Simulator::connect(SCRSDK::IDeviceCallback* callback, CrInt64* handle) {
-  std::lock_guard<std::mutex> lock(mu_);
+  {
+    std::lock_guard<std::mutex> lock(mu_);
+    connect_locked(callback, handle);
+  }
+  cv_.notify_all();
+}
+
+void Simulator::connect_locked(SCRSDK::IDeviceCallback* callback, CrInt64* handle) {
   handle_ = ++next_handle_;
   // Written under the lock that the delivery thread takes before each
   // callback, so callbacks see the handle.
@@ -243,10 +261,10 @@ void Simulator::connect(SCRSDK::IDeviceCallback* callback, CrInt64* handle) {
   std::vector<uint32_t> codes;
   for (const ScenarioProperty& p : props_) codes.push_back(p.code);
   std::vector<uint32_t> lv_codes;
-  for (const ScenarioLiveViewProperty& p : scenario_.lv_properties) lv_codes.push_back(p.code);
+  for (const ScenarioLiveViewProperty& p : scenario_->lv_properties) lv_codes.push_back(p.code);
   Callback connected;
   connected.kind = Callback::Kind::kConnected;
-  connected.value = scenario_.connect_version;
+  connected.value = scenario_->connect_version;
   Callback changed;
   changed.kind = Callback::Kind::kPropertyChangedCodes;
   changed.codes = codes;
@@ -254,7 +272,7 @@ void Simulator::connect(SCRSDK::IDeviceCallback* callback, CrInt64* handle) {
   lv_changed.kind = Callback::Kind::kLvPropertyChangedCodes;
   lv_changed.codes = lv_codes;
   queue_locked({connected, changed, lv_changed}, std::chrono::milliseconds(0), true);
-  for (const ScenarioEvent& event : scenario_.events) {
+  for (const ScenarioEvent& event : scenario_->events) {
     ControlEvent parsed;
     if (parse_control_line(event.line, &parsed)) {
       apply_locked(parsed, std::chrono::milliseconds(event.after_ms), false);
@@ -287,20 +305,16 @@ bool Simulator::knows(CrInt64 handle) {
 
 // ---- properties ----
 
-bool Simulator::find_property(uint32_t code, ScenarioProperty* property) {
-  std::lock_guard<std::mutex> lock(mu_);
-  for (const ScenarioProperty& p : props_) {
-    if (p.code == code) {
-      *property = p;
-      return true;
-    }
-  }
-  return false;
+ScenarioProperty* Simulator::find_locked(uint32_t code) {
+  const auto found = prop_index_.find(code);
+  return found == prop_index_.end() ? nullptr : &props_[found->second];
 }
 
-std::vector<ScenarioProperty> Simulator::properties() {
+bool Simulator::find_property(uint32_t code, ScenarioProperty* property) {
   std::lock_guard<std::mutex> lock(mu_);
-  return props_;
+  const ScenarioProperty* found = find_locked(code);
+  if (found != nullptr) *property = *found;
+  return found != nullptr;
 }
 
 bool Simulator::store_value(uint32_t code, uint64_t value) {
@@ -309,33 +323,35 @@ bool Simulator::store_value(uint32_t code, uint64_t value) {
 }
 
 bool Simulator::store_value_locked(uint32_t code, uint64_t value) {
-  for (ScenarioProperty& p : props_) {
-    if (p.code == code) {
-      if (p.value == value) return false;
-      p.value = value;
-      return true;
-    }
-  }
-  return false;
+  ScenarioProperty* p = find_locked(code);
+  if (p == nullptr || p->value == value) return false;
+  p->value = value;
+  return true;
 }
 
 // ---- callback queue ----
 
 void Simulator::queue(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited) {
-  std::lock_guard<std::mutex> lock(mu_);
-  queue_locked(std::move(callbacks), delay, awaited);
+  {
+    std::lock_guard<std::mutex> lock(mu_);
+    queue_locked(std::move(callbacks), delay, awaited);
+  }
+  // Woken after the lock is released, the delivery thread does not block on it.
+  cv_.notify_all();
 }
 
 void Simulator::queue_locked(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited) {
   if (!connected_) return;
   const Clock::time_point due = Clock::now() + delay;
   for (Callback& c : callbacks) queue_.push_back(Entry{due, seq_++, generation_, awaited, std::move(c)});
-  cv_.notify_all();
 }
 
 void Simulator::apply(const ControlEvent& event, std::chrono::milliseconds delay, bool awaited) {
-  std::lock_guard<std::mutex> lock(mu_);
-  apply_locked(event, delay, awaited);
+  {
+    std::lock_guard<std::mutex> lock(mu_);
+    apply_locked(event, delay, awaited);
+  }
+  cv_.notify_all();
 }
 
 void Simulator::apply_locked(const ControlEvent& event, std::chrono::milliseconds delay, bool awaited) {
@@ -459,7 +475,7 @@ void Simulator::dispatch_loop(uint64_t run) {
     const bool ends_connection = entry.callback.kind == Callback::Kind::kDisconnected;
     busy_ = true;
     lock.unlock();
-    trace(callback_trace(entry.callback));
+    if (tracing()) trace(callback_trace(entry.callback));
     deliver(target, std::move(entry.callback));
     lock.lock();
     busy_ = false;
@@ -544,8 +560,9 @@ void Simulator::shut_down(bool forget_scenario) {
     if (forget_scenario) {
       loaded_ = false;
       loaded_by_test_ = false;
-      scenario_ = Scenario();
+      scenario_ = std::make_shared<const Scenario>();
       props_.clear();
+      prop_index_.clear();
       frame_no_ = 0;
     }
   }
@@ -561,6 +578,7 @@ void Simulator::close_trace() {
   std::lock_guard<std::mutex> lock(trace_mu_);
   if (trace_fd_ >= 0) ::close(trace_fd_);
   trace_fd_ = -1;
+  update_tracing_locked();
 }
 
 }  // namespace sim

@@ -4,12 +4,15 @@
 #ifndef VK_SONY_SIM_SIMULATOR_H
 #define VK_SONY_SIM_SIMULATOR_H
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <string>
 #include <thread>
+#include <unordered_map>
 #include <vector>
 
 #include "CameraRemote_SDK.h"
@@ -50,8 +53,13 @@ class Simulator {
   static Simulator& instance();
 
   // Trace: one line per SDK call and per delivered callback. `line` is
-  // without the time stamp.
+  // without the time stamp. Lines are streamed to the trace file; they are
+  // also kept in memory (for trace_lines()) only once keep_trace_lines() has
+  // been called, which the in-process test control does. tracing() is false
+  // when a line would go nowhere, so callers can skip composing it.
   void trace(const std::string& line);
+  bool tracing() const { return tracing_.load(std::memory_order_relaxed); }
+  void keep_trace_lines();
   std::vector<std::string> trace_lines();
   void clear_trace();
 
@@ -61,7 +69,9 @@ class Simulator {
   [[nodiscard]] bool init_scenario();
   [[nodiscard]] bool load_scenario_text(const std::string& text, std::string* error);
   uint32_t peek_sdk_version();
-  Scenario scenario();  // a copy
+  // The loaded scenario, shared and never changed once loaded: a reload
+  // replaces the pointer, so a caller may keep what it got.
+  std::shared_ptr<const Scenario> scenario();
 
   // Opens the trace file named by VK_SONY_SIM_TRACE (if any) and notes the
   // control FIFO path of VK_SONY_SIM_CONTROL.
@@ -78,7 +88,17 @@ class Simulator {
 
   // Properties of the connected camera (live values).
   bool find_property(uint32_t code, ScenarioProperty* property);
-  std::vector<ScenarioProperty> properties();
+  // Calls `visit(const ScenarioProperty&)` for each of `codes` the camera
+  // has, in the order given, under the simulator's lock: `visit` must not
+  // call into the simulator.
+  template <typename Visit>
+  void visit_properties(const uint32_t* codes, uint32_t count, Visit visit) {
+    std::lock_guard<std::mutex> lock(mu_);
+    for (uint32_t i = 0; codes != nullptr && i < count; ++i) {
+      const ScenarioProperty* property = find_locked(codes[i]);
+      if (property != nullptr) visit(*property);
+    }
+  }
   // Stores `value`; returns true when it differed from the current one.
   bool store_value(uint32_t code, uint64_t value);
 
@@ -113,38 +133,47 @@ class Simulator {
   void control_loop(std::string path, int fd, int wake_fd);
   void handle_control_line(const std::string& line);
   void start_threads_locked();
+  void connect_locked(SCRSDK::IDeviceCallback* callback, CrInt64* handle);
+  // The two below queue without waking the delivery thread: the caller
+  // notifies cv_ once it has released mu_.
   void queue_locked(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited);
   void apply_locked(const ControlEvent& event, std::chrono::milliseconds delay, bool awaited);
   bool store_value_locked(uint32_t code, uint64_t value);
+  ScenarioProperty* find_locked(uint32_t code);
+  void set_scenario_locked(Scenario scenario);
+  void update_tracing_locked();
   void write_trace_file(const std::string& line);
 
   std::mutex trace_mu_;
   Clock::time_point t0_;                  // guarded by trace_mu_
   bool t0_set_ = false;                   // guarded by trace_mu_
   std::vector<std::string> trace_lines_;  // guarded by trace_mu_
+  bool keep_lines_ = false;               // guarded by trace_mu_
   int trace_fd_ = -1;                     // guarded by trace_mu_
+  std::atomic<bool> tracing_{false};      // written under trace_mu_
 
   std::mutex mu_;
   std::condition_variable cv_;
-  bool loaded_ = false;                          // guarded by mu_
-  bool loaded_by_test_ = false;                  // guarded by mu_
-  Scenario scenario_;                            // guarded by mu_
-  std::vector<ScenarioProperty> props_;          // guarded by mu_
-  std::string control_path_;                     // guarded by mu_
-  SCRSDK::IDeviceCallback* callback_ = nullptr;  // guarded by mu_
-  CrInt64 handle_ = 0;                           // guarded by mu_
-  CrInt64 next_handle_ = 0;                      // guarded by mu_
-  bool connected_ = false;                       // guarded by mu_
-  uint64_t generation_ = 0;                      // guarded by mu_
-  std::vector<Entry> queue_;                     // guarded by mu_
-  uint64_t seq_ = 0;                             // guarded by mu_
-  bool busy_ = false;                            // guarded by mu_
-  bool stop_ = false;                            // guarded by mu_
-  uint64_t run_ = 0;                             // guarded by mu_; a dispatcher serves one run
-  uint32_t frame_no_ = 0;                        // guarded by mu_
-  std::thread dispatcher_;                       // guarded by mu_
-  std::thread control_reader_;                   // guarded by mu_
-  int control_wake_[2] = {-1, -1};               // guarded by mu_
+  bool loaded_ = false;                                                            // guarded by mu_
+  bool loaded_by_test_ = false;                                                    // guarded by mu_
+  std::shared_ptr<const Scenario> scenario_ = std::make_shared<const Scenario>();  // guarded by mu_
+  std::vector<ScenarioProperty> props_;                                            // guarded by mu_
+  std::unordered_map<uint32_t, std::size_t> prop_index_;  // guarded by mu_; code -> index in props_
+  std::string control_path_;                              // guarded by mu_
+  SCRSDK::IDeviceCallback* callback_ = nullptr;           // guarded by mu_
+  CrInt64 handle_ = 0;                                    // guarded by mu_
+  CrInt64 next_handle_ = 0;                               // guarded by mu_
+  bool connected_ = false;                                // guarded by mu_
+  uint64_t generation_ = 0;                               // guarded by mu_
+  std::vector<Entry> queue_;                              // guarded by mu_
+  uint64_t seq_ = 0;                                      // guarded by mu_
+  bool busy_ = false;                                     // guarded by mu_
+  bool stop_ = false;                                     // guarded by mu_
+  uint64_t run_ = 0;                                      // guarded by mu_; a dispatcher serves one run
+  uint32_t frame_no_ = 0;                                 // guarded by mu_
+  std::thread dispatcher_;                                // guarded by mu_
+  std::thread control_reader_;                            // guarded by mu_
+  int control_wake_[2] = {-1, -1};                        // guarded by mu_
 };
 
 }  // namespace sim

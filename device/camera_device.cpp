@@ -2,6 +2,7 @@
 // callbacks for connection, warning and error events.
 #include "device/camera_device.h"
 
+#include <chrono>
 #include <cstdio>
 #include <string>
 
@@ -26,10 +27,20 @@ bool is_display_string_success(CrInt32u warning) {
 
 CommandGate::CommandGate(bool open) : open_(open) {}
 
-void CommandGate::acquire() {
+bool CommandGate::acquire() {
   std::unique_lock<std::mutex> lock(mutex_);
-  changed_.wait(lock, [this] { return open_; });
+  changed_.wait(lock, [this] { return open_ || aborted_; });
+  if (aborted_) return false;
   open_ = false;
+  return true;
+}
+
+void CommandGate::abort() {
+  {
+    std::lock_guard<std::mutex> lock(mutex_);
+    aborted_ = true;
+  }
+  changed_.notify_all();
 }
 
 void CommandGate::release() {
@@ -61,6 +72,24 @@ void CameraDevice::nack() {
   }
   ack_pending = false;
   command_gate->release();
+}
+
+void CameraDevice::abort_operations() noexcept {
+  try {
+    {
+      std::lock_guard<std::mutex> lock(wait_mutex_);
+      if (aborted_.exchange(true)) return;
+    }
+    wait_changed_.notify_all();
+    command_gate->abort();
+    nack();
+  } catch (...) {
+  }
+}
+
+bool CameraDevice::pause_ms(int ms) {
+  std::unique_lock<std::mutex> lock(wait_mutex_);
+  return !wait_changed_.wait_for(lock, std::chrono::milliseconds(ms), [this] { return aborted_.load(); });
 }
 
 void CameraDevice::OnConnected(SCRSDK::DeviceConnectionVersioin version) {

@@ -26,19 +26,23 @@ const char* camera_model_name(uint32_t number);
 
 // ---- The command gate ----------------------------------------------------
 
-// A binary semaphore used as a baton: one camera operation takes it and the
-// acknowledgement of that operation, possibly on an SDK thread, gives it
-// back. Releasing an open gate is harmless.
+// A binary semaphore used as a baton: one camera operation takes it and
+// gives it back when the operation has been answered. Releasing an open gate
+// is harmless. Once aborted, every acquire (waiting or later) returns false
+// at once without taking the gate.
 class CommandGate {
  public:
   explicit CommandGate(bool open = true);
-  void acquire();
+  // Waits until the gate is open and takes it; false when aborted.
+  bool acquire();
   void release();
+  void abort();
 
  private:
   std::mutex mutex_;
   std::condition_variable changed_;
-  bool open_;  // GUARDED_BY(mutex_)
+  bool open_;             // GUARDED_BY(mutex_)
+  bool aborted_ = false;  // GUARDED_BY(mutex_)
 };
 
 // ---- Absolute-by-steps memory -------------------------------------------
@@ -115,6 +119,15 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   void import_lut(const std::string& path, const std::string& slot_text);
   void plain_ack();
 
+  // Ends every wait of the device: a taker waiting at the gate, an operation
+  // waiting for the camera's confirmation and the timed sleeps (button
+  // holds, the REC toggle, colour-temperature steps) return at once, and so
+  // does every later wait. An operation whose answer is still due answers
+  // "NACK". Thread-safe, idempotent; called by the run loop when the run
+  // ends.
+  void abort_operations() noexcept;
+  bool aborted() const { return aborted_.load(); }
+
   SCRSDK::CrDeviceHandle device_handle = 0;
   std::map<CrInt32u, SCRSDK::CrDeviceProperty> properties;       // GUARDED_BY(cache_mutex)
   std::map<CrInt32u, SCRSDK::CrLiveViewProperty> lv_properties;  // GUARDED_BY(cache_mutex)
@@ -129,6 +142,16 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   std::atomic<bool> quick_ack{false};
   std::unique_ptr<CommandGate> command_gate;
   std::mutex cache_mutex;
+
+ protected:
+  // Sleeps `ms` milliseconds unless the operations are aborted first; false
+  // when aborted.
+  bool pause_ms(int ms);
+
+ private:
+  std::atomic<bool> aborted_{false};
+  std::mutex wait_mutex_;
+  std::condition_variable wait_changed_;
 };
 
 class CameraDeviceUSB : public CameraDevice {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <memory>
 #include <string>
 #include <thread>
@@ -65,6 +66,15 @@ TEST(CommandGate, HandsOverBetweenThreadsAndToleratesDoubleRelease) {
   gate.release();
   again.join();
   EXPECT_TRUE(second.load());
+
+  // Abort wakes a waiting taker and refuses later ones, without taking.
+  std::atomic<bool> taken{true};
+  std::thread aborted([&] { taken = gate.acquire(); });
+  gate.abort();
+  aborted.join();
+  EXPECT_FALSE(taken.load());
+  gate.release();
+  EXPECT_FALSE(gate.acquire());
 }
 
 TEST_F(CameraDeviceTest, CommandBeforeConnectedWaitsForOnConnected) {
@@ -81,6 +91,22 @@ TEST_F(CameraDeviceTest, CommandBeforeConnectedWaitsForOnConnected) {
   reader.join();
   EXPECT_EQ(1, count_prefix(sim::trace(), "SendCommand id=1 param=1"));
   EXPECT_EQ(1, count_line(capture_->lines(), "ACK"));
+}
+
+TEST_F(CameraDeviceTest, AbortWakesEveryWaitAndLaterOnesReturnAtOnce) {
+  ASSERT_TRUE(sim::load_scenario(kUsbFx6Scenario));
+  device_ = std::make_unique<CameraDeviceUSB>();
+  // Blocked at the closed gate of a camera that never connects.
+  auto blocked = std::async(std::launch::async, [&] { device_->send_command(1, 1); });
+  EXPECT_EQ(std::future_status::timeout, blocked.wait_for(std::chrono::milliseconds(30)));
+  device_->abort_operations();
+  ASSERT_EQ(std::future_status::ready, blocked.wait_for(std::chrono::seconds(5)));
+  device_->abort_operations();  // idempotent
+  EXPECT_EQ(std::vector<std::string>{"NACK"}, capture_->lines());
+  EXPECT_EQ(0, count_prefix(sim::trace(), "SendCommand"));
+  // A later hold of a minute returns at once.
+  auto hold = std::async(std::launch::async, [&] { device_->press_button(0, 60000); });
+  EXPECT_EQ(std::future_status::ready, hold.wait_for(std::chrono::seconds(5)));
 }
 
 TEST_F(CameraDeviceTest, ReadyOnceAfterFirstBatch) {

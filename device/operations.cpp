@@ -1,10 +1,8 @@
 // Camera operations driven by the parent's commands: property writes,
 // buttons, stepping adjustments, recording, menu, time code and LUT import.
-#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <map>
 #include <mutex>
 #include <string>
@@ -64,13 +62,6 @@ void remember_target(uint32_t base_code, uint64_t target) {
   step_memory[base_code].last = target;
 }
 
-// Sleeps the whole duration even when signals interrupt it.
-void sleep_ms(int ms) {
-  timespec remaining{ms / 1000, static_cast<long>(ms % 1000) * 1'000'000L};
-  while (nanosleep(&remaining, &remaining) != 0 && errno == EINTR) {
-  }
-}
-
 bool is_stepping_ip_model(uint32_t model) { return model == 10 || model == 17 || model == 20 || model == 21; }
 
 // The camera's colour-temperature step scale.
@@ -95,7 +86,11 @@ void reset_step_memory() {
 }
 
 void CameraDevice::send_command(uint32_t id, uint32_t param) {
-  command_gate->acquire();
+  if (!command_gate->acquire()) {
+    ack_pending = true;
+    nack();
+    return;
+  }
   ack_pending = true;
   (void)SCRSDK::SendCommand(device_handle, id, static_cast<SCRSDK::CrCommandParam>(param));
   ack();
@@ -104,14 +99,18 @@ void CameraDevice::send_command(uint32_t id, uint32_t param) {
 
 void CameraDevice::press_button(uint32_t id, int hold_ms) {
   (void)SCRSDK::SendCommand(device_handle, id, SCRSDK::CrCommandParam_Down);
-  if (hold_ms != 0) sleep_ms(hold_ms);
+  if (hold_ms != 0) pause_ms(hold_ms);
   (void)SCRSDK::SendCommand(device_handle, id, SCRSDK::CrCommandParam_Up);
   ack_if(true);
 }
 
 void CameraDevice::set_property(const SCRSDK::CrDeviceProperty& property, uint64_t value, uint32_t code,
                                 uint32_t type) {
-  command_gate->acquire();
+  if (!command_gate->acquire()) {
+    ack_pending = true;
+    nack();
+    return;
+  }
   ack_pending = true;
   const uint64_t current = property.GetCurrentValue();
   if (code == 0) {
@@ -163,7 +162,11 @@ void CameraDevice::set_operation(uint32_t code, int32_t amount) {
   request.SetCode(code);
   request.SetCurrentValue(static_cast<uint64_t>(static_cast<int64_t>(amount)));
   request.SetValueType(static_cast<SCRSDK::CrDataType>(kTypeInt8));
-  command_gate->acquire();
+  if (!command_gate->acquire()) {
+    ack_pending = true;
+    nack();
+    return;
+  }
   ack_pending = true;
   if (SCRSDK::SetDeviceProperty(device_handle, &request) != 0) {
     nack();
@@ -189,7 +192,11 @@ void CameraDevice::property_button(uint32_t code) {
   SCRSDK::CrDeviceProperty request;
   request.SetCode(code);
   request.SetValueType(static_cast<SCRSDK::CrDataType>(kTypeUInt16Array));
-  command_gate->acquire();
+  if (!command_gate->acquire()) {
+    ack_pending = true;
+    nack();
+    return;
+  }
   ack_pending = true;
   request.SetCurrentValue(1);
   if (SCRSDK::SetDeviceProperty(device_handle, &request) != 0) {
@@ -197,7 +204,7 @@ void CameraDevice::property_button(uint32_t code) {
     command_gate->release();
     return;
   }
-  sleep_ms(hold_ms);
+  pause_ms(hold_ms);
   request.SetCurrentValue(2);
   if (SCRSDK::SetDeviceProperty(device_handle, &request) != 0) {
     nack();
@@ -241,7 +248,10 @@ void CameraDevice::set_absolute_by_steps(uint32_t base_code, int32_t target) {
 
 void CameraDevice::request_menu() {
   ack_pending = true;
-  command_gate->acquire();
+  if (!command_gate->acquire()) {
+    nack();
+    return;
+  }
   if (SCRSDK::RequestDisplayStringList(device_handle, SCRSDK::CrDisplayStringType_AllList) != 0) nack();
   // On success OnWarning answers and opens the gate.
 }
@@ -330,10 +340,10 @@ void CameraDeviceIP::set_wb(uint64_t kelvin) {
     const int32_t step = steps > 0 ? kMaxWbStep : -kMaxWbStep;
     step_property(kColorTempStepCode, step);
     steps -= step;
-    sleep_ms(100);
+    if (!pause_ms(100)) break;
     stepped = true;
   }
-  if (!stepped) sleep_ms(100);
+  if (!stepped) pause_ms(100);
   remember_target(kWbCode, kelvin);
   ack_suppressed = false;
   step_property(kColorTempStepCode, static_cast<int32_t>(steps));
@@ -352,7 +362,7 @@ void CameraDeviceIP::set_recording(uint64_t value) {
   // These models toggle recording with a press and release of one button.
   ack_suppressed = true;
   send_command(11, 0);
-  sleep_ms(100);
+  pause_ms(100);
   send_command(11, 1);
   ack_suppressed = false;
   ack_if(true);

@@ -67,23 +67,77 @@ size_t element_width(uint32_t type) {
   return 4;
 }
 
+namespace {
+
+// The text of an SDK current string: a 16-bit length n, then n bytes. Reads
+// only within those n bytes and stops at the first zero byte; a control
+// character would break the line framing and is shown as "?". Null gives
+// "UNKNOWN".
+std::string current_string_text(const uint16_t* str) {
+  if (str == nullptr) return "UNKNOWN";
+  uint16_t length = 0;
+  std::memcpy(&length, str, sizeof(length));
+  const auto* bytes = reinterpret_cast<const char*>(str) + sizeof(length);
+  const void* nul = std::memchr(bytes, '\0', length);
+  const size_t size = nul == nullptr ? length : static_cast<size_t>(static_cast<const char*>(nul) - bytes);
+  std::string text(bytes, size);
+  for (char& c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if (byte < 0x20 || byte == 0x7F) c = '?';
+  }
+  return text;
+}
+
+std::string hex_type(uint32_t type) {
+  char buffer[16];
+  std::snprintf(buffer, sizeof buffer, "0x%X", static_cast<unsigned>(type));
+  return buffer;
+}
+
+}  // namespace
+
 std::string compose_status_line(const std::string& key, const PropertyFields& fields, ToTextFn to_text,
                                 SkipValueFn skip, bool list_values) {
-  const size_t unit = element_width(fields.type);
+  const bool string_record = fields.type == kStringType;
+  const bool text_row = is_text_converter(to_text);
+  // The record's data type decides what its value is; a mismatch with the
+  // row is shown as well as it can be and logged.
+  if (text_row && !string_record) {
+    log_message("Property " + key + ": text expected, data type " + hex_type(fields.type) +
+                " reported; shown as a number");
+  } else if (!text_row && string_record) {
+    log_message("Property " + key + ": data type " + hex_type(fields.type) +
+                " (text) reported; shown as text");
+  }
 
   std::string line = "status " + key + " ";
-  line += to_text(fields.type == kStringType ? fields.current_str : fields.current);
+  line += string_record ? current_string_text(fields.current_str) : to_text(fields.current);
   line += list_values ? " [" : " {";
 
   size_t appended = 0;
-  // A zero width would never advance; such a type has no candidates to show.
-  if (fields.values != nullptr && unit != 0) {
-    for (size_t offset = 0; offset < fields.size; offset += unit) {
+  if (string_record && fields.size > 0) {
+    // A text has no candidate values; the bytes are not shown.
+    log_message("Property " + key + ": " + std::to_string(fields.size) +
+                " candidate bytes of a text property ignored");
+  } else if (fields.values != nullptr && fields.size > 0) {
+    const size_t unit = element_width(fields.type);
+    // A zero width would never advance; such a type has no candidates to show.
+    const size_t count = unit == 0 ? 0 : fields.size / unit;
+    if (unit != 0 && fields.size % unit != 0) {
+      log_message("Property " + key + ": " + std::to_string(fields.size % unit) +
+                  " trailing candidate bytes that make no whole element of data type " +
+                  hex_type(fields.type) + " ignored");
+    }
+    const size_t listed = count < kMaxListedCandidates ? count : kMaxListedCandidates;
+    if (listed < count) {
+      log_message("Property " + key + ": " + std::to_string(count) + " candidates, the first " +
+                  std::to_string(listed) + " shown");
+    }
+    // Little-endian, zero-extended; a 16-byte element contributes its low 8.
+    const size_t bytes = unit < sizeof(uint64_t) ? unit : sizeof(uint64_t);
+    for (size_t i = 0; i < listed; ++i) {
       uint64_t value = 0;
-      // Little-endian, zero-extended; a 16-byte element contributes its low 8.
-      size_t bytes = unit < sizeof(value) ? unit : sizeof(value);
-      if (bytes > fields.size - offset) bytes = fields.size - offset;
-      std::memcpy(&value, fields.values + offset, bytes);
+      std::memcpy(&value, fields.values + i * unit, bytes);
       if (skip(value)) continue;
       line += to_text(value);
       line += ' ';

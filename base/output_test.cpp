@@ -1,15 +1,16 @@
 // Tests of the status-line writer and the property status line.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <string>
 #include <thread>
 #include <vector>
 
-#include "properties/formatters.h"
-#include "base/property_line.h"
 #include "base/base.h"
+#include "base/property_line.h"
+#include "properties/formatters.h"
 #include "tests/support/stdout_capture.h"
 
 namespace {
@@ -41,20 +42,24 @@ TEST(PropertyLine, Composition) {
     SkipValueFn skip;
     bool list;
   } cases[] = {
-      {"status K 3 [1 2 3] RW", {2, 3, 0, u16.data(), 6, true}, formatUnsigned, acceptAll, true},
-      {"status K 3 {1 2 3} RO", {2, 3, 0, u16.data(), 6, false}, formatUnsigned, acceptAll, false},
-      {"status K 9 {9} RO", {2, 9, 0, nullptr, 0, false}, formatUnsigned, acceptAll, false},
-      {"status K 3 [3] RW", {2, 3, 0, u16.data(), 6, true}, formatUnsigned, skip_all, true},
+      {"status K 3 [1 2 3] RW", {2, 3, nullptr, u16.data(), 6, true}, formatUnsigned, acceptAll, true},
+      {"status K 3 {1 2 3} RO", {2, 3, nullptr, u16.data(), 6, false}, formatUnsigned, acceptAll, false},
+      {"status K 9 {9} RO", {2, 9, nullptr, nullptr, 0, false}, formatUnsigned, acceptAll, false},
+      {"status K 3 [3] RW", {2, 3, nullptr, u16.data(), 6, true}, formatUnsigned, skip_all, true},
       // Signed candidates are zero-extended; the formatter gives them their sign.
-      {"status K 5 [-1 5] RW", {0x1001, 5, 0, i8.data(), 2, true}, formatInt8, acceptAll, true},
+      {"status K 5 [-1 5] RW", {0x1001, 5, nullptr, i8.data(), 2, true}, formatInt8, acceptAll, true},
       {"status K 0 {-100 100 10} RW",
-       {0x5002, 0, 0, i16_range.data(), 6, true},
+       {0x5002, 0, nullptr, i16_range.data(), 6, true},
        formatInt16,
        acceptAll,
        false},
-      {"status K 7 [4294967297 7] RO", {4, 7, 0, u64.data(), 16, false}, formatUnsigned, acceptAll, true},
+      {"status K 7 [4294967297 7] RO",
+       {4, 7, nullptr, u64.data(), 16, false},
+       formatUnsigned,
+       acceptAll,
+       true},
       {"status K 1/10 [1/10 1/25] RW",
-       {3, 0x0001000A, 0, shutter.data(), 12, true},
+       {3, 0x0001000A, nullptr, shutter.data(), 12, true},
        shutterSpeedToText,
        keepUnitNumerator,
        true},
@@ -65,18 +70,64 @@ TEST(PropertyLine, Composition) {
   }
 }
 
-TEST(PropertyLine, StringTypeShowsTheCurrentString) {
-  unsigned char text[8] = {};
-  const uint16_t length = 4;
-  std::memcpy(text, &length, sizeof(length));
-  std::memcpy(text + 2, "1.02", 4);
-  PropertyFields fields;
-  fields.type = 0xFFFF;
-  fields.current = 0;
-  fields.current_str = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(text));
-  // No candidates: the brackets show the raw current value, not the string.
-  EXPECT_EQ(compose_status_line("SOFTWARE", fields, sdkStringToText, acceptAll, true),
-            "status SOFTWARE 1.02 [UNKNOWN] RO");
+// A current string as the SDK lays it out: a 16-bit length, then the bytes,
+// in a buffer of exactly that size (no terminator), so that AddressSanitizer
+// sees any read past it.
+std::vector<uint16_t> sdk_string(uint16_t length, const std::string& bytes) {
+  std::vector<uint16_t> str(1 + (bytes.size() + 1) / 2, 0);
+  str[0] = length;
+  std::memcpy(str.data() + 1, bytes.data(), bytes.size());
+  return str;
+}
+
+// Records that do not match their row, or are malformed, are shown as far as
+// they can be: no read outside a buffer, no address taken as a value.
+TEST(PropertyLine, MalformedRecords) {
+  const std::vector<uint16_t> plain = sdk_string(4, "1.02");
+  const std::vector<uint16_t> long_claim = sdk_string(9, std::string("FE\0\0\0\0\0\0\0", 9));
+  const std::vector<uint16_t> control = sdk_string(5, "a\nb\rc");
+  const std::vector<uint16_t> empty = sdk_string(0, "");
+  const std::vector<uint8_t> bytes = {1, 2, 3};
+  const std::vector<uint8_t> u16_odd = {1, 0, 2, 0, 3};
+  const std::vector<uint8_t> u128 = {7, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9, 9, 9, 9, 9, 9};
+
+  const struct {
+    const char* line;
+    PropertyFields fields;
+    ToTextFn to_text;
+  } cases[] = {
+      {"status K 1.02 [UNKNOWN] RO", {0xFFFF, 0, plain.data(), nullptr, 0, false}, sdkStringToText},
+      // A length past the text: the text ends at its zero byte.
+      {"status K FE [UNKNOWN] RO", {0xFFFF, 0, long_claim.data(), nullptr, 0, false}, sdkStringToText},
+      {"status K a?b?c [UNKNOWN] RO", {0xFFFF, 0, control.data(), nullptr, 0, false}, sdkStringToText},
+      {"status K  [UNKNOWN] RO", {0xFFFF, 0, empty.data(), nullptr, 0, false}, sdkStringToText},
+      {"status K UNKNOWN [UNKNOWN] RO", {0xFFFF, 0, nullptr, nullptr, 0, false}, sdkStringToText},
+      // A text row reported with a numeric type: the value is a number.
+      {"status K 305419896 [305419896] RO", {3, 0x12345678, nullptr, nullptr, 0, false}, sdkStringToText},
+      {"status K 4 [1 2 3] RO", {1, 4, nullptr, bytes.data(), 3, false}, sdkStringToText},
+      // A text with candidate bytes: they are not shown.
+      {"status K 1.02 [UNKNOWN] RO", {0xFFFF, 0, plain.data(), bytes.data(), 3, false}, sdkStringToText},
+      // A numeric row reported as text shows the text.
+      {"status K 1.02 [0] RW", {0xFFFF, 0, plain.data(), nullptr, 0, true}, formatUnsigned},
+      // Trailing bytes that make no whole element are left out.
+      {"status K 9 [1 2] RW", {2, 9, nullptr, u16_odd.data(), 5, true}, formatUnsigned},
+      {"status K 9 [9] RW", {2, 9, nullptr, u16_odd.data(), 1, true}, formatUnsigned},
+      // A size without a buffer, and a type without a width.
+      {"status K 9 [9] RW", {2, 9, nullptr, nullptr, 4000, true}, formatUnsigned},
+      {"status K 9 [9] RW", {0, 9, nullptr, bytes.data(), 3, true}, formatUnsigned},
+      {"status K 9 [7] RW", {5, 9, nullptr, u128.data(), 16, true}, formatUnsigned},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.line);
+    EXPECT_EQ(compose_status_line("K", c.fields, c.to_text, acceptAll, true), c.line);
+  }
+}
+
+TEST(PropertyLine, CandidateListIsCapped) {
+  const std::vector<uint8_t> many(kMaxListedCandidates + 100, 1);
+  PropertyFields fields{1, 1, nullptr, many.data(), static_cast<uint32_t>(many.size()), true};
+  const std::string line = compose_status_line("K", fields, formatUnsigned, acceptAll, true);
+  EXPECT_EQ(static_cast<size_t>(std::count(line.begin(), line.end(), ' ')), 3 + kMaxListedCandidates);
 }
 
 TEST(Output, ElementWidths) {

@@ -11,7 +11,7 @@ std::string compose_property_line(const std::string& key, const SCRSDK::CrDevice
   PropertyFields fields;
   fields.type = static_cast<uint32_t>(property.GetValueType());
   fields.current = property.GetCurrentValue();
-  fields.current_str = static_cast<uint64_t>(reinterpret_cast<uintptr_t>(property.GetCurrentStr()));
+  fields.current_str = property.GetCurrentStr();
   fields.values = property.GetValues();
   fields.size = property.GetValueSize();
   fields.writable = property.IsSetEnableCurrentValue();

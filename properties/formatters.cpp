@@ -192,13 +192,5 @@ uint64_t parseSignedLowByte(const std::string& text) {
 
 std::string sdkStringToText(uint64_t value) {
   if (value == 0) return "UNKNOWN";
-  const auto* base = reinterpret_cast<const unsigned char*>(static_cast<uintptr_t>(value));
-  uint16_t length = 0;
-  std::memcpy(&length, base, sizeof(length));
-  if (length == 0) return "";
-  std::string text(reinterpret_cast<const char*>(base + sizeof(length)), length);
-  // A zero byte inside ends the text, as a C string would.
-  const size_t nul = text.find('\0');
-  if (nul != std::string::npos) text.resize(nul);
-  return text;
+  return unsigned_decimal(value);
 }

@@ -74,8 +74,10 @@ uint64_t parseLong(const std::string& text);
 uint64_t parseLowByte(const std::string& text);
 uint64_t parseSignedLowByte(const std::string& text);
 
-// String-typed properties: `value` is the address of the SDK's current string,
-// a 16-bit length n followed by n bytes. 0 prints "UNKNOWN".
+// The converter of the text rows. Their string is read from the property
+// record by the status-line composition, never through this value: here
+// the raw current value of the record, 0 "UNKNOWN", anything else its
+// unsigned decimal. Never dereferences anything.
 std::string sdkStringToText(uint64_t value);
 
 #endif  // VK_SONY_PROPERTIES_FORMATTERS_H

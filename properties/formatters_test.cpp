@@ -193,24 +193,14 @@ TEST(Formatters, MapWordsRoundTrip) {
   EXPECT_GT(checked, 200u);
 }
 
-TEST(Formatters, StringPropertiesReadLengthPrefixedText) {
-  const auto render = [](const unsigned char* bytes) {
-    return sdkStringToText(static_cast<uint64_t>(reinterpret_cast<uintptr_t>(bytes)));
-  };
-  unsigned char text[16] = {};
-  const uint16_t length = 5;
-  std::memcpy(text, &length, sizeof(length));
-  std::memcpy(text + 2, "1.10xyz", 7);
-  EXPECT_EQ(render(text), "1.10x");
-
-  const uint16_t empty = 0;
-  std::memcpy(text, &empty, sizeof(empty));
-  EXPECT_EQ(render(text), "");
-
-  const uint16_t with_nul = 6;
-  std::memcpy(text, &with_nul, sizeof(with_nul));
-  std::memcpy(text + 2, "ab\0cde", 6);
-  EXPECT_EQ(render(text), "ab");
+// The text rows' converter is handed numbers only: it must never take one
+// for an address.
+TEST(Formatters, TextConverterNeverDereferences) {
+  EXPECT_EQ(sdkStringToText(0), "UNKNOWN");
+  EXPECT_EQ(sdkStringToText(1), "1");
+  EXPECT_EQ(sdkStringToText(UINT64_MAX), "18446744073709551615");
+  EXPECT_TRUE(is_text_converter(&sdkStringToText));
+  EXPECT_FALSE(is_text_converter(&formatUnsigned));
 }
 
 }  // namespace

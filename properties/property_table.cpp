@@ -197,3 +197,5 @@ const PropertyInfo* find_property(PropertyCode code) {
   const auto it = propertyTable.find(code);
   return it == propertyTable.end() ? nullptr : &it->second;
 }
+
+bool is_text_converter(ToTextFn to_text) { return to_text == &sdkStringToText; }

@@ -35,6 +35,10 @@ extern const std::map<PropertyCode, PropertyInfo> propertyTable;
 // The row for `code`, or nullptr when the bridge does not support it.
 const PropertyInfo* find_property(PropertyCode code);
 
+// True for the converter of the text rows (SOFTWARE, LENS_MODEL ...), whose
+// camera value is a string rather than a number.
+bool is_text_converter(ToTextFn to_text);
+
 // EXPOSURE_MODE's converters: the SDK's names of exposure programs 1 to 7
 // ("CrExposure_M_Manual" ...), looked up on the low 32 bits only; "UNKNOWN"
 // for any other value, and 0 for a text that names no program.

@@ -1,14 +1,15 @@
 // The diagnostic log: a process-wide file descriptor opened on first use,
 // one write per line under a mutex.
-#include "base/base.h"
-
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <mutex>
+
+#include "base/base.h"
 
 namespace {
 
@@ -17,8 +18,20 @@ class Log {
   Log() {
     if (std::getenv("VK_SONY_LOG") == nullptr) return;
     // O_NOFOLLOW: a symbolic link planted at the fixed path must not
-    // redirect the log into some other file.
-    fd_ = ::open(kLogPath, O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0644);
+    // redirect the log into some other file. O_NONBLOCK: a FIFO planted
+    // there must not block the start waiting for a reader; only a regular
+    // file is kept.
+    fd_ = ::open(kLogPath, O_WRONLY | O_APPEND | O_CREAT | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK, 0644);
+    struct stat info {};
+    if (fd_ >= 0 && (::fstat(fd_, &info) != 0 || !S_ISREG(info.st_mode))) {
+      ::close(fd_);
+      fd_ = -1;
+    }
+    if (fd_ >= 0) {
+      // Writes to a regular file never block; the flag only served the open.
+      const int flags = ::fcntl(fd_, F_GETFL);
+      if (flags >= 0) (void)::fcntl(fd_, F_SETFL, flags & ~O_NONBLOCK);
+    }
     if (fd_ < 0) {
       std::fputs("Failed to open log file: ", stderr);
       std::fputs(kLogPath, stderr);

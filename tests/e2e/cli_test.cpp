@@ -152,6 +152,10 @@ TEST(StartUp, FailuresBeforeTheRun) {
     return "Unknown or missing Sony camera model for IP connection: " + model +
            "\nUse -m with a Sony SDK model name, for example: -m ILCE-7SM3.\n";
   };
+  const auto bad_address = [](const std::string& address) {
+    return "Invalid Sony IP camera address: " + address +
+           " (expected four decimal numbers 0-255, as in 192.168.2.50)\n";
+  };
   struct Case {
     std::vector<std::string> args;
     int status;
@@ -164,6 +168,11 @@ TEST(StartUp, FailuresBeforeTheRun) {
       {{"-i", "10.0.0.5"}, 1, model_advice("*")},
       {{"IP||10.0.0.5"}, 1, model_advice("*")},
       {{"-m", "ILCE-7RM4", "-i", "10.0.0.5"}, 1, model_advice("ILCE-7RM4")},
+      // An address is checked before anything runs: never an option of the
+      // neighbour-table lookup, never a host name.
+      {{"-m", "ILCE-7SM3", "-i", "-a"}, 1, bad_address("-a")},
+      {{"IP|ILCE-7SM3|10.0.0"}, 1, bad_address("10.0.0")},
+      {{"-i", "camera.local"}, 1, bad_address("camera.local")},
   };
   for (const Case& c : cases) {
     const BridgeResult result = run_bridge_to_end(c.args);
@@ -238,6 +247,20 @@ TEST_F(LogFile, PlantedSymbolicLinkIsRefused) {
   EXPECT_EQ(result.status, 0);
   EXPECT_EQ(result.err, "Failed to open log file: /tmp/vk-sony.log\n");
   EXPECT_EQ(file_text(target), "untouched\n");
+}
+
+// Neither a FIFO (whose open would wait for a reader) nor a directory is a
+// log file.
+TEST_F(LogFile, NoRegularFileIsRefusedWithoutBlocking) {
+  ASSERT_EQ(mkfifo(kLog, 0644), 0);
+  BridgeResult result = run_bridge_to_end({"-v"}, {{"VK_SONY_LOG", "1"}}, 10s);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "Failed to open log file: /tmp/vk-sony.log\n");
+  ASSERT_EQ(std::remove(kLog), 0);
+  ASSERT_EQ(mkdir(kLog, 0755), 0);
+  result = run_bridge_to_end({"-v"}, {{"VK_SONY_LOG", "1"}}, 10s);
+  EXPECT_EQ(result.status, 0);
+  EXPECT_EQ(result.err, "Failed to open log file: /tmp/vk-sony.log\n");
 }
 
 TEST_F(LogFile, SdkListingLogsItsSteps) {

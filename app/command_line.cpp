@@ -176,6 +176,14 @@ int run_command_line(int argc, char** argv) {
       console_line(stderr, "Missing Sony IP camera address. Use -i <ip>.");
       return 1;
     }
+    // Checked before anything runs: the address goes to the neighbour-table
+    // lookup and to the SDK.
+    if (!is_ipv4_dotted_quad(s.address)) {
+      console_line(stderr, "Invalid Sony IP camera address: " + s.address +
+                               " (expected four decimal numbers 0-255, as in 192.168.2.50)");
+      log_with_prefix("Invalid Sony IP camera address: ", s.address);
+      return 1;
+    }
     if (!adapter_directory_present()) return 1;
     run_ip(s.model.empty() ? "*" : s.model, s.address, s.user, s.password, s.credentials_given);
     return 1;

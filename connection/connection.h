@@ -69,7 +69,11 @@ CameraDevice* connect_camera_at(int index);
 using CommandRunner = std::function<std::optional<std::string>(const std::string& command)>;
 // The production runner: popen + fgets into 128 bytes + pclose.
 std::optional<std::string> run_command_first_line(const std::string& command);
-// The neighbour-table command for `address`, the address single-quoted.
+// True when `address` is an IPv4 address in dotted-quad form: four decimal
+// numbers 0-255 without leading zeros ("192.168.2.50").
+bool is_ipv4_dotted_quad(const std::string& address);
+// The neighbour-table command for `address`, the address single-quoted after
+// "--".
 std::string mac_lookup_command(const std::string& address);
 // The MAC text (at most 17 characters) that the neighbour table holds for
 // `address`, or "" when none; logs "Failed to run command" when the runner

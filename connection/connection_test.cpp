@@ -111,9 +111,21 @@ TEST(ResolveMac, QuotesTheAddressForTheShell) {
     return std::string("0:1:2:3:4:5\n");
   };
   EXPECT_EQ(resolve_mac("10.0.0.5", runner), "0:1:2:3:4:5\n");
-  EXPECT_EQ(seen.rfind("arp -n '10.0.0.5' | grep -o -E ", 0), 0u) << seen;
+  EXPECT_EQ(seen.rfind("arp -n -- '10.0.0.5' | grep -o -E ", 0), 0u) << seen;
   (void)resolve_mac("1.2.3.4'; touch /tmp/x; echo '", runner);
-  EXPECT_EQ(seen.rfind("arp -n '1.2.3.4'\\''; touch /tmp/x; echo '\\''' | grep", 0), 0u) << seen;
+  EXPECT_EQ(seen.rfind("arp -n -- '1.2.3.4'\\''; touch /tmp/x; echo '\\''' | grep", 0), 0u) << seen;
+  (void)resolve_mac("-a", runner);
+  EXPECT_EQ(seen.rfind("arp -n -- '-a' | grep", 0), 0u) << seen;
+}
+
+TEST(ResolveMac, OnlyDottedQuadsAreAddresses) {
+  for (const char* good : {"192.168.2.50", "0.0.0.0", "255.255.255.255"}) {
+    EXPECT_TRUE(is_ipv4_dotted_quad(good)) << good;
+  }
+  for (const char* bad : {"", "-a", "1.2.3", "1.2.3.4.5", "256.1.1.1", "01.2.3.4", "1.2.3.4 ", " 1.2.3.4",
+                          "0x1.2.3.4", "1.2.3.-4", "camera.local", "::1"}) {
+    EXPECT_FALSE(is_ipv4_dotted_quad(bad)) << bad;
+  }
 }
 
 TEST(ResolveMac, CutsAfterSeventeenCharactersAndHandlesFailure) {

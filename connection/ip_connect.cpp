@@ -39,10 +39,19 @@ void error_line(const std::string& text) {
   std::fflush(stderr);
 }
 
-[[noreturn]] void fail_ip(CameraDevice* device) {
-  delete device;
+// The SDK may call `device` back until it is released, so the SDK goes
+// first and the device after it.
+[[noreturn]] void fail_ip(CameraDevice* device, SCRSDK::ICrCameraObjectInfo* info = nullptr) {
+  if (info != nullptr) info->Release();
+  if (device != nullptr && device->device_handle != 0) (void)SCRSDK::ReleaseDevice(device->device_handle);
   SCRSDK::Release();
+  delete device;
   std::exit(1);
+}
+
+std::string invalid_address_message(const std::string& address) {
+  return "Invalid Sony IP camera address: " + address +
+         " (expected four decimal numbers 0-255, as in 192.168.2.50)";
 }
 
 std::string shell_single_quoted(const std::string& text) {
@@ -67,8 +76,14 @@ std::optional<std::string> run_command_first_line(const std::string& command) {
   return std::string(buffer);
 }
 
+bool is_ipv4_dotted_quad(const std::string& address) {
+  in_addr parsed{};
+  return inet_pton(AF_INET, address.c_str(), &parsed) == 1;
+}
+
 std::string mac_lookup_command(const std::string& address) {
-  return "arp -n " + shell_single_quoted(address) +
+  // "--": an address that begins with "-" is never taken for an option.
+  return "arp -n -- " + shell_single_quoted(address) +
          " | grep -o -E '([[:xdigit:]]{1,2}:){5}[[:xdigit:]]{1,2}'";
 }
 
@@ -90,7 +105,12 @@ CameraDevice* connect_ip(const std::string& model, const std::string& address, c
     log_with_prefix("Unknown or missing Sony camera model for IP connection: ", model);
     fail_ip(nullptr);
   }
-  const CrInt32u ip = inet_addr(address.c_str());  // kept as is, even INADDR_NONE
+  if (!is_ipv4_dotted_quad(address)) {
+    error_line(invalid_address_message(address));
+    log_message(invalid_address_message(address));
+    fail_ip(nullptr);
+  }
+  const CrInt32u ip = inet_addr(address.c_str());
 
   CrInt8u mac[6] = {};
   std::string mac_text = resolve_mac(address);
@@ -136,7 +156,7 @@ CameraDevice* connect_ip(const std::string& model, const std::string& address, c
       const std::string code = result_code_text(static_cast<uint32_t>(result));
       error_line("Sony SDK failed to get SSH fingerprint from IP camera " + address + ": " + code);
       log_message("Sony SDK failed to get SSH fingerprint: " + code);
-      fail_ip(device);
+      fail_ip(device, info);
     }
     log_message("Sony IP camera fingerprint: " +
                 std::string(fingerprint, strnlen(fingerprint, sizeof fingerprint)));
@@ -147,7 +167,7 @@ CameraDevice* connect_ip(const std::string& model, const std::string& address, c
       const std::string code = result_code_text(static_cast<uint32_t>(result));
       error_line("Sony SDK failed to connect to IP camera " + address + ": " + code);
       log_message("Sony SDK failed to connect to IP camera: " + code);
-      fail_ip(device);
+      fail_ip(device, info);
     }
   } else {
     log_message("Sony IP camera object reports SSH support disabled; connecting without authentication");
@@ -157,15 +177,19 @@ CameraDevice* connect_ip(const std::string& model, const std::string& address, c
       const std::string code = result_code_text(static_cast<uint32_t>(result));
       error_line("Sony SDK failed to connect to IP camera " + address + " without authentication: " + code);
       log_message("Sony SDK failed to connect to unauthenticated IP camera: " + code);
-      fail_ip(device);
+      fail_ip(device, info);
     }
   }
+  // Connect has taken what it needs from the camera object.
+  info->Release();
   return device;
 }
 
 void run_ip(const std::string& model, const std::string& address, const std::string& user,
             const std::string& password, bool credentials_given) {
   start_camera_run();
-  CameraDevice* device = connect_ip(model, address, user, password, credentials_given);
-  (void)run_bridge(device);
+  // run_bridge releases the device and the SDK before it returns: no
+  // callback can reach the device object after that.
+  const std::unique_ptr<CameraDevice> device(connect_ip(model, address, user, password, credentials_given));
+  (void)run_bridge(device.get());
 }

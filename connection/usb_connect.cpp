@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "CameraRemote_SDK.h"
 #include "connection/connection.h"
@@ -10,18 +11,24 @@
 
 namespace {
 
-// Connection failures on USB are silent: release the SDK and exit.
+// Connection failures on USB are silent: release the SDK and exit. The SDK
+// may call `device` back until the device and the SDK are released, so the
+// device object is destroyed last.
 [[noreturn]] void fail_usb(CameraDevice* device = nullptr) {
-  delete device;
+  if (device != nullptr && device->device_handle != 0) (void)SCRSDK::ReleaseDevice(device->device_handle);
   SCRSDK::Release();
+  delete device;
   std::exit(1);
 }
 
 // Connects `info` as a USB camera without credentials; false when refused.
+// The camera object is released here, whatever the outcome: Connect takes
+// what it needs from it during the call.
 bool connect_without_credentials(SCRSDK::ICrCameraObjectInfo* info, CameraDevice* device) {
   SCRSDK::CrError result =
       SCRSDK::Connect(info, device, &device->device_handle, SCRSDK::CrSdkControlMode_Remote,
                       SCRSDK::CrReconnecting_ON, nullptr, nullptr, nullptr, 0);
+  info->Release();
   return result == 0;
 }
 
@@ -75,6 +82,8 @@ CameraDevice* connect_camera_at(int index) {
 
 void run_usb(const std::string& camera_id) {
   start_camera_run();
-  CameraDevice* device = connect_usb(camera_id);
-  (void)run_bridge(device);
+  // run_bridge releases the device and the SDK before it returns: no
+  // callback can reach the device object after that.
+  const std::unique_ptr<CameraDevice> device(connect_usb(camera_id));
+  (void)run_bridge(device.get());
 }

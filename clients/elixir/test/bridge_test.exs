@@ -3,7 +3,9 @@ defmodule VkSony.BridgeTest do
   use ExUnit.Case, async: true
 
   alias VkSony.Bridge
+  alias VkSony.Bridge.Exit
   alias VkSony.Line.Status
+  import VkSony.TestSim
 
   @camera "USB|ILME-FX6|D10042"
   @scenario """
@@ -15,103 +17,93 @@ defmodule VkSony.BridgeTest do
   """
   @wait 10_000
 
-  setup context do
-    executable =
-      System.get_env("VK_SONY_BINARY") || flunk("set VK_SONY_BINARY to the vk-sony to test")
-
-    dir = Path.join(System.tmp_dir!(), "vk-sony-client-#{System.unique_integer([:positive])}")
-    File.mkdir_p!(dir)
-    on_exit(fn -> File.rm_rf!(dir) end)
-    scenario = Path.join(dir, "camera.scenario")
-    File.write!(scenario, @scenario)
-    control = Path.join(dir, "control")
-
-    env = [
-      {"VK_SONY_SIM_SCENARIO", scenario},
-      {"VK_SONY_SIM_CONTROL", control},
-      {"VK_SONY_SIM_TRACE", false},
-      {"VK_SONY_LOG", false}
-    ]
-
-    {:ok, bridge} = Bridge.start_link(executable: executable, args: [@camera], env: env)
-    Map.merge(context, %{bridge: bridge, control: control})
+  defp start(scenario, args \\ [@camera]) do
+    dir = scratch_dir()
+    env = env(dir, scenario)
+    {:ok, bridge} = Bridge.start_link(executable: executable(), args: args, env: env)
+    {bridge, Path.join(dir, "camera.control")}
   end
 
-  defp next(bridge), do: assert_receive({:vk_sony, ^bridge, event}, @wait) && event
+  defp exit_of(bridge),
+    do: assert_receive({:vk_sony, ^bridge, {:exit, %Exit{} = exit}}, @wait) && exit
 
-  # Events up to and including `wanted`, which must come.
-  defp until(bridge, wanted, seen \\ []) do
-    case next(bridge) do
-      ^wanted ->
-        Enum.reverse([wanted | seen])
+  test "commands are answered in order; answers go to the caller, the rest to the owner" do
+    {bridge, _} = start(@scenario)
+    # Held until READY.
+    assert {:ok, %Status{key: "ISO_SENSITIVITY", value: "800"}} =
+             Bridge.get(bridge, "ISO_SENSITIVITY")
 
-      {:exit_status, _} = ended ->
-        flunk("ended (#{inspect(ended)}) before #{inspect(wanted)}: #{inspect(seen)}")
+    assert_received {:vk_sony, ^bridge, :ready}
+    assert %{"WB" => %Status{value: "5600", discrete?: false}} = Bridge.properties(bridge)
 
-      event ->
-        until(bridge, wanted, [event | seen])
+    for {call, answer} <- [
+          {fn -> Bridge.set(bridge, "ISO_SENSITIVITY", 1600) end, :ok},
+          {fn -> Bridge.set(bridge, "WB", 3200) end, {:error, :nack}},
+          {fn -> Bridge.get(bridge, "NO_SUCH_KEY") end, {:error, :nack}},
+          {fn -> Bridge.get(bridge, "MENU") end, :ok},
+          {fn -> Bridge.command(bridge, "bogus") end, {:error, :nack}},
+          {fn -> Bridge.set(bridge, "WB", "32 00") end, {:error, :blank_in_word}},
+          {fn -> Bridge.command(bridge, "get TC\nRESET") end, {:error, :newline}}
+        ] do
+      assert call.() == answer
     end
-  end
 
-  defp wait_until_gone(os_pid, deadline_ms) do
-    cond do
-      not File.exists?("/proc/#{os_pid}") -> :gone
-      deadline_ms <= 0 -> :still_running
-      true -> Process.sleep(20) && wait_until_gone(os_pid, deadline_ms - 20)
-    end
-  end
-
-  test "a run: properties, set, refused set, MENU, TC, then the port is closed", %{bridge: bridge} do
-    assert next(bridge) == :connected
-    startup = until(bridge, :ready)
-
-    assert {:status,
-            %Status{key: "ISO_SENSITIVITY", value: "800", candidates: ["400", "800", "1600"]}} =
-             Enum.find(startup, &match?({:status, %Status{key: "ISO_SENSITIVITY"}}, &1))
-
-    assert %{
-             "ISO_SENSITIVITY" => %Status{writable?: true, discrete?: true},
-             "WB" => %Status{value: "5600"}
-           } = Bridge.properties(bridge)
-
-    :ok = Bridge.set(bridge, "ISO_SENSITIVITY", 1600)
-    assert next(bridge) == :ack
-
-    assert {:status, %Status{key: "ISO_SENSITIVITY", value: "1600", writable?: true}} =
-             next(bridge)
-
-    assert Bridge.properties(bridge)["ISO_SENSITIVITY"].value == "1600"
-
-    :ok = Bridge.set(bridge, "WB", 3200)
-    assert next(bridge) == :nack
-    assert {:error, :blank_in_word} = Bridge.set(bridge, "WB", "32 00")
-    assert {:error, :newline} = Bridge.command(bridge, "get TC\nRESET")
-
-    # The time code line is written raw: it arrives with the next flushed
-    # line, here the ACK of the menu request.
-    :ok = Bridge.get(bridge, "TC")
-    :ok = Bridge.get(bridge, "MENU")
-    assert {:status, %Status{key: "TC", value: "3600", writable?: false}} = next(bridge)
-    assert next(bridge) == :ack
+    assert {:ok, %Status{value: "1600", writable?: true}} = Bridge.get(bridge, "ISO_SENSITIVITY")
+    # The camera's report of the write is an event; the answers are not.
+    assert_received {:vk_sony, ^bridge, {:status, %Status{key: "ISO_SENSITIVITY", value: "1600"}}}
+    refute_received {:vk_sony, ^bridge, :ack}
+    refute_received {:vk_sony, ^bridge, :nack}
 
     os_pid = Bridge.os_pid(bridge)
-    ref = Process.monitor(bridge)
     :ok = Bridge.close(bridge)
-    assert_receive {:DOWN, ^ref, :process, _, :normal}, @wait
-    assert wait_until_gone(os_pid, @wait) == :gone
-    refute_received {:vk_sony, ^bridge, {:exit_status, _}}
+    assert eventually(fn -> not File.exists?("/proc/#{os_pid}") end)
+    assert Bridge.set(bridge, "ISO_SENSITIVITY", 400) == {:error, :closed}
+    refute_received {:vk_sony, ^bridge, {:exit, _}}
   end
 
-  test "a camera that goes away: DISCONNECTED, CLOSED, exit status 1", %{
-    bridge: bridge,
-    control: control
-  } do
-    until(bridge, :ready)
-    # The simulator holds the control FIFO open for reading while connected.
+  test "get TC returns the time code line, which arrives with the next flushed line" do
+    {bridge, _} = start(@scenario)
+    :ok = Bridge.await_ready(bridge, @wait)
+    task = Task.async(fn -> Bridge.get(bridge, "TC") end)
+    # Sent (and waiting for its line), or already answered.
+    eventually(fn ->
+      not :queue.is_empty(:sys.get_state(bridge).timecode) or Process.info(task.pid) == nil
+    end)
+
+    assert Bridge.set(bridge, "ISO_SENSITIVITY", 400) == :ok
+    assert {:ok, %Status{key: "TC", value: "3600", writable?: false}} = Task.await(task)
+  end
+
+  test "a late answer after a deadline is not taken for the next command's" do
+    {bridge, _} = start(String.replace(@scenario, "fail set", "confirm 1500\nfail set"))
+    :ok = Bridge.await_ready(bridge, @wait)
+    assert Bridge.set(bridge, "ISO_SENSITIVITY", 1600, 100) == {:error, :timeout}
+    # The late ACK belongs to the timed-out write.
+    assert Bridge.set(bridge, "WB", 3200, @wait) == {:error, :nack}
+    assert {:ok, %Status{value: "1600"}} = Bridge.get(bridge, "ISO_SENSITIVITY", @wait)
+  end
+
+  test "a camera that goes away: waiting and later calls get :closed, the owner the cause" do
+    {bridge, control} = start(String.replace(@scenario, "fail set", "confirm never\nfail set"))
+    :ok = Bridge.await_ready(bridge, @wait)
+    waiting = Task.async(fn -> Bridge.set(bridge, "ISO_SENSITIVITY", 1600, @wait) end)
+    eventually(fn -> not :queue.is_empty(:sys.get_state(bridge).sent) end)
     File.write!(control, "disconnect 0x8207\n")
 
-    rest = until(bridge, {:exit_status, 1})
-    assert Enum.take(rest, 1) == [:disconnected]
-    assert Enum.sort(Enum.slice(rest, 1..-2//1)) == [:closed, :input_closed]
+    assert Task.await(waiting, @wait) == {:error, :closed}
+    assert %Exit{status: 1, cause: :disconnected} = exit_of(bridge)
+    assert_received {:vk_sony, ^bridge, :disconnected}
+    assert Bridge.get(bridge, "ISO_SENSITIVITY") == {:error, :closed}
+  end
+
+  test "a bridge that cannot start: its standard error comes with the cause" do
+    dir = scratch_dir()
+    missing = Path.join(dir, "missing.scenario")
+    env = [{"VK_SONY_SIM_SCENARIO", missing}, {"VK_SONY_LOG", false}]
+    {:ok, bridge} = Bridge.start_link(executable: executable(), args: [@camera], env: env)
+
+    assert Bridge.await_ready(bridge, @wait) == {:error, :closed}
+    assert %Exit{status: 1, cause: :start_failed, stderr: stderr} = exit_of(bridge)
+    assert stderr =~ "vk-sony simulator: #{missing}: No such file or directory"
   end
 end

@@ -95,6 +95,19 @@ bool read_file(const std::string& path, std::string* text, std::string* error) {
   return true;
 }
 
+// The lines of `text` that hold the directive `name`.
+std::string directive_lines(const char* text, const std::string& name) {
+  std::string lines;
+  std::istringstream in(text);
+  for (std::string line; std::getline(in, line);) {
+    const std::size_t start = line.find_first_not_of(" \t");
+    if (start == std::string::npos || line.compare(start, name.size(), name) != 0) continue;
+    const std::size_t after = start + name.size();
+    if (after == line.size() || line[after] == ' ' || line[after] == '\t') lines += line + "\n";
+  }
+  return lines;
+}
+
 void report(const std::string& what) {
   const std::string line = "vk-sony simulator: " + what + "\n";
   std::fputs(line.c_str(), stderr);
@@ -220,10 +233,16 @@ uint32_t Simulator::peek_sdk_version() {
     if (loaded_) return scenario_->sdk_version;
   }
   const char* env = std::getenv("VK_SONY_SIM_SCENARIO");
-  std::string text = kDefaultScenario;
+  std::string text;
   std::string error;
   Scenario parsed;
-  if (env != nullptr && *env != '\0' && !read_file(env, &text, &error)) return parsed.sdk_version;
+  if (env != nullptr && *env != '\0') {
+    if (!read_file(env, &text, &error)) return parsed.sdk_version;
+  } else {
+    // The built-in scenario parses; its version lines alone give the same
+    // answer without parsing every property at each start (vk-sony -v).
+    text = directive_lines(kDefaultScenario, "sdk-version");
+  }
   if (!parse_scenario(text, &parsed, &error)) return Scenario().sdk_version;
   return parsed.sdk_version;
 }

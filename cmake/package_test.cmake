@@ -21,8 +21,9 @@ check("count EQUAL 1" "expected one package, found: ${debs}")
 
 execute_process(COMMAND dpkg-deb -f ${debs} Package Depends OUTPUT_VARIABLE fields)
 check("fields MATCHES \"Package: vk-sony-sim\"" "package name:\n${fields}")
-# dpkg-shlibdeps found the C and C++ runtime the executable links.
-check("fields MATCHES \"Depends: .*libc6 .*libstdc\\\\+\\\\+6\"" "dependencies:\n${fields}")
+# dpkg-shlibdeps found the C runtime the executable links (the C++ runtime is
+# linked into it, see VK_SONY_STATIC_LIBSTDCXX, or is a dependency too).
+check("fields MATCHES \"Depends: .*libc6\"" "dependencies:\n${fields}")
 
 set(root ${WORK_DIR}/root)
 execute_process(COMMAND dpkg-deb -x ${debs} ${root} RESULT_VARIABLE result)

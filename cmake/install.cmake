@@ -33,7 +33,9 @@ install(CODE "
 
 if(VK_SONY_SDK_DIR)
   set_target_properties(vk-sony PROPERTIES INSTALL_RPATH "$ORIGIN")
-  install(FILES ${VK_SONY_SDK_LIBRARY} DESTINATION ${VK_SONY_INSTALL_DIR} FOLLOW_SYMLINK_CHAIN)
+  # The library and, if it is a link, the links and file it resolves to.
+  install(CODE "file(INSTALL \"${VK_SONY_SDK_LIBRARY}\" FOLLOW_SYMLINK_CHAIN
+                 DESTINATION \"\${CMAKE_INSTALL_PREFIX}/${VK_SONY_INSTALL_DIR}\")")
   install(DIRECTORY ${VK_SONY_SDK_ADAPTER_PARENT}/CrAdapter DESTINATION ${VK_SONY_INSTALL_DIR}
           USE_SOURCE_PERMISSIONS)
   set(_package vk-sony)

@@ -6,13 +6,15 @@
 # directory for the simulator, so that the start-up adapter check passes.
 
 if(VK_SONY_SDK_DIR)
+  # VK_SONY_SDK_DIR is a path on the build machine: a cross build's find root
+  # (the target's system directories) does not apply to it.
   find_path(VK_SONY_SDK_INCLUDE_DIR CameraRemote_SDK.h
-            PATHS ${VK_SONY_SDK_DIR} PATH_SUFFIXES include CRSDK app/CRSDK NO_DEFAULT_PATH REQUIRED)
+            PATHS ${VK_SONY_SDK_DIR} PATH_SUFFIXES include CRSDK app/CRSDK NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
   find_library(VK_SONY_SDK_LIBRARY Cr_Core
-               PATHS ${VK_SONY_SDK_DIR} PATH_SUFFIXES lib external/crsdk NO_DEFAULT_PATH REQUIRED)
+               PATHS ${VK_SONY_SDK_DIR} PATH_SUFFIXES lib external/crsdk NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
   get_filename_component(_sdk_lib_dir ${VK_SONY_SDK_LIBRARY} DIRECTORY)
   find_path(VK_SONY_SDK_ADAPTER_PARENT CrAdapter
-            PATHS ${_sdk_lib_dir} ${VK_SONY_SDK_DIR} PATH_SUFFIXES lib external/crsdk NO_DEFAULT_PATH REQUIRED)
+            PATHS ${_sdk_lib_dir} ${VK_SONY_SDK_DIR} PATH_SUFFIXES lib external/crsdk NO_DEFAULT_PATH NO_CMAKE_FIND_ROOT_PATH REQUIRED)
   add_library(sdk INTERFACE)
   target_include_directories(sdk SYSTEM INTERFACE ${VK_SONY_SDK_INCLUDE_DIR})
   target_link_libraries(sdk INTERFACE ${VK_SONY_SDK_LIBRARY})

@@ -1,7 +1,9 @@
 // The SDK's record classes: device and live-view properties, display
 // strings and the live-view image records, with deep copies.
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <vector>
 
 #include "CameraRemote_SDK.h"
 #include "sim/sim_internal.h"
@@ -27,11 +29,13 @@ CrInt8u* copy_bytes(const CrInt8u* from, CrInt32u size) {
   return to;
 }
 
-// A current string is a 16-bit length n followed by n bytes of text.
+// A current string is a 16-bit length n followed by n bytes of text, and
+// nothing after them: no terminating zero (an odd n leaves one zero byte of
+// padding), so that a reader running past n is caught by AddressSanitizer.
 CrInt16u* copy_str(const CrInt16u* from) {
   if (from == nullptr) return nullptr;
   const CrInt16u length = from[0];
-  const std::size_t units = 1 + (length + 1u) / 2 + 1;  // length, text, NUL
+  const std::size_t units = 1 + (length + 1u) / 2;  // length, text
   CrInt16u* to = new CrInt16u[units]();
   std::memcpy(to, from, sizeof(CrInt16u) + length);
   return to;
@@ -308,6 +312,50 @@ void set_image_frame(SCRSDK::CrImageDataBlock* block, CrInt32u frame_no, CrInt32
   SCRSDK::poke(block, offsetof(SCRSDK::ImageDataBlockLayout, frameNo), frame_no);
   SCRSDK::poke(block, offsetof(SCRSDK::ImageDataBlockLayout, imageSize), image_size);
   SCRSDK::poke(block, offsetof(SCRSDK::ImageDataBlockLayout, timeCode), time_code);
+}
+
+}  // namespace sim
+
+namespace sim {
+
+void fill_property_record(const ScenarioProperty& p, SCRSDK::CrDeviceProperty* out) {
+  out->SetCode(p.code);
+  out->SetValueType(static_cast<SCRSDK::CrDataType>(p.declares_type ? p.declared_type : p.type));
+  out->SetPropertyEnableFlag(p.writable ? SCRSDK::CrEnableValue_True : SCRSDK::CrEnableValue_DisplayOnly);
+  out->SetPropertyVariableFlag(p.writable ? SCRSDK::CrEnableValue_Variable
+                                          : SCRSDK::CrEnableValue_Invariable);
+  if (p.type == SCRSDK::CrDataType_STR) {
+    if (!p.null_str) {
+      const std::size_t given = std::min<std::size_t>(p.text.size(), 0xFFFF);
+      const std::size_t length = p.declares_length ? p.declared_length : given;
+      std::vector<CrInt16u> str(1 + (length + 1) / 2, 0);
+      str[0] = static_cast<CrInt16u>(length);
+      std::memcpy(&str[1], p.text.data(), std::min(given, length));
+      out->SetCurrentStr(str.data());
+    }
+  } else {
+    out->SetCurrentValue(p.value);
+  }
+  std::vector<CrInt8u> packed;
+  if (p.raw_bytes) {
+    packed = p.bytes;
+  } else {
+    const uint32_t width = element_width(p.type);
+    for (uint64_t candidate : p.candidates) {
+      for (uint32_t i = 0; i < width; ++i)
+        packed.push_back(i < 8 ? static_cast<CrInt8u>(candidate >> (8 * i)) : 0);
+    }
+  }
+  if (p.declares_size && !p.null_values) packed.resize(p.declared_size, 0);
+  const CrInt32u size = p.declares_size ? p.declared_size : static_cast<CrInt32u>(packed.size());
+  out->SetValueSize(p.null_values ? 0 : size);
+  out->SetValues(p.null_values ? nullptr : packed.data());
+  out->SetValueSize(size);  // with values=null: a size and no buffer
+  if (p.writable) {
+    out->SetSetValueSize(p.null_values ? 0 : size);
+    out->SetSetValues(p.null_values ? nullptr : packed.data());
+    out->SetSetValueSize(size);
+  }
 }
 
 }  // namespace sim

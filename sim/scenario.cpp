@@ -125,6 +125,64 @@ bool is_failable_call(const std::string& call) {
   return false;
 }
 
+// The largest candidate buffer a scenario may ask for (`size=`).
+constexpr uint32_t kMaxDeclaredSize = 16u << 20;
+
+bool parse_hex_bytes(const std::string& text, std::vector<uint8_t>* bytes) {
+  if (text.size() % 2 != 0) return false;
+  for (std::size_t i = 0; i < text.size(); i += 2) {
+    unsigned value = 0;
+    for (std::size_t k = i; k < i + 2; ++k) {
+      const char c = text[k];
+      unsigned digit = 0;
+      if (c >= '0' && c <= '9') {
+        digit = static_cast<unsigned>(c - '0');
+      } else if (c >= 'a' && c <= 'f') {
+        digit = static_cast<unsigned>(c - 'a' + 10);
+      } else if (c >= 'A' && c <= 'F') {
+        digit = static_cast<unsigned>(c - 'A' + 10);
+      } else {
+        return false;
+      }
+      value = value * 16 + digit;
+    }
+    bytes->push_back(static_cast<uint8_t>(value));
+  }
+  return true;
+}
+
+// One raw attribute of a `property` line (NAME=VALUE); "" or what is wrong.
+std::string parse_property_attribute(const std::string& word, ScenarioProperty* p) {
+  const std::size_t eq = word.find('=');
+  const std::string name = word.substr(0, eq);
+  const std::string value = word.substr(eq + 1);
+  if (name == "type") {
+    if (!parse_type(value, &p->declared_type)) return "unknown data type: " + value;
+    p->declares_type = true;
+  } else if (name == "bytes") {
+    p->bytes.clear();
+    if (!parse_hex_bytes(value, &p->bytes)) return "bytes needs pairs of hexadecimal digits: " + value;
+    p->raw_bytes = true;
+  } else if (name == "size") {
+    if (!parse_u32(value, &p->declared_size)) return "bad size: " + value;
+    p->declares_size = true;
+  } else if (name == "values" && value == "null") {
+    p->null_values = true;
+  } else if (name == "str-length") {
+    uint32_t length = 0;
+    if (p->type != SCRSDK::CrDataType_STR) return "str-length needs a STR property";
+    if (!parse_u32(value, &length) || length > 0xFFFF) return "bad str-length: " + value;
+    p->declared_length = static_cast<uint16_t>(length);
+    p->declares_length = true;
+  } else if (name == "str" && value == "null") {
+    if (p->type != SCRSDK::CrDataType_STR) return "str=null needs a STR property";
+    p->null_str = true;
+  } else {
+    return "unknown property attribute: " + word;
+  }
+  return "";
+}
+
 // Parses the words of one directive; returns "" or what is wrong.
 std::string parse_directive(const std::vector<std::string>& w, Scenario* s) {
   const std::string& d = w[0];
@@ -181,9 +239,17 @@ std::string parse_directive(const std::vector<std::string>& w, Scenario* s) {
       return "expected rw or ro: " + w[4];
     }
     for (std::size_t i = 5; i < n; ++i) {
+      if (w[i].find('=') != std::string::npos) {
+        const std::string wrong = parse_property_attribute(w[i], &p);
+        if (!wrong.empty()) return wrong;
+        continue;
+      }
       uint64_t candidate = 0;
       if (!parse_number(w[i], &candidate)) return "bad candidate: " + w[i];
       p.candidates.push_back(candidate);
+    }
+    if (p.declares_size && !p.null_values && p.declared_size > kMaxDeclaredSize) {
+      return "size above " + std::to_string(kMaxDeclaredSize) + " needs values=null";
     }
     for (ScenarioProperty& existing : s->properties) {
       if (existing.code == p.code) {

@@ -62,35 +62,6 @@ int64_t signed_value(uint64_t value, uint32_t type) {
   return (low >> (bits - 1)) ? static_cast<int64_t>(low | ~mask) : static_cast<int64_t>(low);
 }
 
-void pack(std::vector<CrInt8u>* out, uint64_t value, uint32_t width) {
-  for (uint32_t i = 0; i < width; ++i) out->push_back(i < 8 ? static_cast<CrInt8u>(value >> (8 * i)) : 0);
-}
-
-void fill_property(const sim::ScenarioProperty& p, SCRSDK::CrDeviceProperty* out) {
-  out->SetCode(p.code);
-  out->SetValueType(static_cast<SCRSDK::CrDataType>(p.type));
-  out->SetPropertyEnableFlag(p.writable ? SCRSDK::CrEnableValue_True : SCRSDK::CrEnableValue_DisplayOnly);
-  out->SetPropertyVariableFlag(p.writable ? SCRSDK::CrEnableValue_Variable
-                                          : SCRSDK::CrEnableValue_Invariable);
-  if (p.type == SCRSDK::CrDataType_STR) {
-    const std::size_t length = std::min<std::size_t>(p.text.size(), 0xFFFF);
-    std::vector<CrInt16u> str(1 + (length + 1) / 2 + 1, 0);
-    str[0] = static_cast<CrInt16u>(length);
-    std::memcpy(&str[1], p.text.data(), length);
-    out->SetCurrentStr(str.data());
-  } else {
-    out->SetCurrentValue(p.value);
-  }
-  std::vector<CrInt8u> packed;
-  for (uint64_t candidate : p.candidates) pack(&packed, candidate, sim::element_width(p.type));
-  out->SetValueSize(static_cast<CrInt32u>(packed.size()));
-  out->SetValues(packed.data());
-  if (p.writable) {
-    out->SetSetValueSize(static_cast<CrInt32u>(packed.size()));
-    out->SetSetValues(packed.data());
-  }
-}
-
 // Reports a changed property after the confirm delay (unless the camera
 // never confirms).
 void confirm_change(uint32_t code, bool honour_never) {
@@ -380,7 +351,7 @@ CrError GetSelectDeviceProperties(CrDeviceHandle deviceHandle, CrInt32u numOfCod
         numOfCodes == 0 || codes == nullptr ? nullptr : new CrDeviceProperty[numOfCodes];
     CrInt32 filled = 0;
     simulator().visit_properties(codes, numOfCodes, [&](const sim::ScenarioProperty& property) {
-      fill_property(property, &array[filled++]);
+      sim::fill_property_record(property, &array[filled++]);
     });
     if (filled == 0) {
       delete[] array;

@@ -29,7 +29,24 @@ struct ScenarioProperty {
   std::string text;  // the value of a STR property
   bool writable = true;
   std::vector<uint64_t> candidates;
+  // Raw attributes that make the record malformed on purpose.
+  bool declares_type = false;  // `type=`: the record declares `declared_type`
+  uint32_t declared_type = 0;
+  bool raw_bytes = false;  // `bytes=`: the candidate buffer is `bytes`
+  std::vector<uint8_t> bytes;
+  bool declares_size = false;  // `size=`: the record declares `declared_size` bytes
+  uint32_t declared_size = 0;
+  bool null_values = false;      // `values=null`: no candidate buffer
+  bool declares_length = false;  // `str-length=`: the string's length field
+  uint16_t declared_length = 0;
+  bool null_str = false;  // `str=null`: no current string
 };
+
+// Fills an SDK property record from a scenario property, raw attributes
+// included. Every buffer handed over holds what the record claims (a
+// declared size or length past the given bytes is padded with zeros), so the
+// simulator's own copies never read outside them.
+void fill_property_record(const ScenarioProperty& property, SCRSDK::CrDeviceProperty* out);
 
 struct ScenarioLiveViewProperty {
   uint32_t code = 0;

@@ -48,9 +48,11 @@ defmodule VkSony.BridgeTest do
       assert call.() == answer
     end
 
-    assert {:ok, %Status{value: "1600", writable?: true}} = Bridge.get(bridge, "ISO_SENSITIVITY")
     # The camera's report of the write is an event; the answers are not.
-    assert_received {:vk_sony, ^bridge, {:status, %Status{key: "ISO_SENSITIVITY", value: "1600"}}}
+    assert_receive {:vk_sony, ^bridge, {:status, %Status{key: "ISO_SENSITIVITY", value: "1600"}}},
+                   @wait
+
+    assert {:ok, %Status{value: "1600", writable?: true}} = Bridge.get(bridge, "ISO_SENSITIVITY")
     refute_received {:vk_sony, ^bridge, :ack}
     refute_received {:vk_sony, ^bridge, :nack}
 
@@ -80,6 +82,10 @@ defmodule VkSony.BridgeTest do
     assert Bridge.set(bridge, "ISO_SENSITIVITY", 1600, 100) == {:error, :timeout}
     # The late ACK belongs to the timed-out write.
     assert Bridge.set(bridge, "WB", 3200, @wait) == {:error, :nack}
+
+    assert_receive {:vk_sony, ^bridge, {:status, %Status{key: "ISO_SENSITIVITY", value: "1600"}}},
+                   @wait
+
     assert {:ok, %Status{value: "1600"}} = Bridge.get(bridge, "ISO_SENSITIVITY", @wait)
   end
 

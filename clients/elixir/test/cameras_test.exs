@@ -44,6 +44,8 @@ defmodule VkSony.CamerasTest do
     restarted = Cameras.bridge(name, killed)
     assert restarted not in [nil, before[killed]]
     assert Cameras.set(name, killed, "ISO_SENSITIVITY", 1600) == :ok
+    # The write's report follows its ACK.
+    assert_receive {:vk_sony_camera, ^killed, {:status, %Status{value: "1600"}}}, @wait
     assert {:ok, %Status{value: "1600"}} = Cameras.get(name, killed, "ISO_SENSITIVITY")
     # The others kept their bridges and their values.
     assert Cameras.bridge(name, first) == before[first]

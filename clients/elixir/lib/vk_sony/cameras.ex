@@ -16,8 +16,8 @@ defmodule VkSony.Cameras do
   When the bridge ends (the camera went away, the process was killed), the
   keeper starts a new one after a back-off delay that doubles from
   `:backoff_min` (default 500 ms) up to `:backoff_max` (default 30 s) while
-  bridges keep ending, and falls back to the minimum once a bridge has run
-  for `:backoff_max`.
+  bridges keep ending, and falls back to the minimum once a bridge has been
+  ready (its camera connected) for `:backoff_max`.
 
   The owner (`:owner`, default the caller) receives
   `{:vk_sony_camera, camera_id, event}` for every event of every bridge (see
@@ -153,7 +153,7 @@ defmodule VkSony.Camera do
     Process.flag(:trap_exit, true)
 
     state =
-      Map.merge(config, %{bridge: nil, started_at: nil, restarts: 0, delay: config.backoff_min})
+      Map.merge(config, %{bridge: nil, ready_at: nil, restarts: 0, delay: config.backoff_min})
 
     {:ok, start_bridge(state)}
   end
@@ -165,14 +165,15 @@ defmodule VkSony.Camera do
   @impl true
   def handle_info({:vk_sony, bridge, event}, %{bridge: bridge} = state) do
     send(state.owner, {:vk_sony_camera, state.camera_id, event})
-    {:noreply, state}
+    ready_at = if event == :ready, do: System.monotonic_time(:millisecond), else: state.ready_at
+    {:noreply, %{state | ready_at: ready_at}}
   end
 
   def handle_info({:EXIT, bridge, _reason}, %{bridge: bridge} = state) do
-    # A bridge that ran for a while was not failing at start: begin again at
-    # the shortest delay.
-    ran = System.monotonic_time(:millisecond) - state.started_at
-    delay = if ran >= state.backoff_max, do: state.backoff_min, else: state.delay
+    # A bridge that served its camera for a while was not failing: begin
+    # again at the shortest delay.
+    served = state.ready_at && System.monotonic_time(:millisecond) - state.ready_at
+    delay = if served && served >= state.backoff_max, do: state.backoff_min, else: state.delay
     Process.send_after(self(), :restart, delay)
 
     {:noreply,
@@ -195,6 +196,6 @@ defmodule VkSony.Camera do
 
   defp start_bridge(state) do
     {:ok, bridge} = Bridge.start_link(Keyword.put(state.bridge_options, :owner, self()))
-    %{state | bridge: bridge, started_at: System.monotonic_time(:millisecond)}
+    %{state | bridge: bridge, ready_at: nil}
   end
 end

@@ -89,14 +89,16 @@ defmodule VkSony.BridgeTest do
     assert {:ok, %Status{value: "1600"}} = Bridge.get(bridge, "ISO_SENSITIVITY", @wait)
   end
 
-  test "a camera that goes away: waiting and later calls get :closed, the owner the cause" do
+  test "a camera that goes away: the waiting call ends, later calls get :closed, the owner the cause" do
     {bridge, control} = start(String.replace(@scenario, "fail set", "confirm never\nfail set"))
     :ok = Bridge.await_ready(bridge, @wait)
     waiting = Task.async(fn -> Bridge.set(bridge, "ISO_SENSITIVITY", 1600, @wait) end)
     eventually(fn -> not :queue.is_empty(:sys.get_state(bridge).sent) end)
     File.write!(control, "disconnect 0x8207\n")
 
-    assert Task.await(waiting, @wait) == {:error, :closed}
+    # The bridge answers a write it was waiting on NACK as its run ends; a
+    # bridge that ends without answering leaves the call :closed.
+    assert Task.await(waiting, @wait) in [{:error, :nack}, {:error, :closed}]
     assert %Exit{status: 1, cause: :disconnected} = exit_of(bridge)
     assert_received {:vk_sony, ^bridge, :disconnected}
     assert Bridge.get(bridge, "ISO_SENSITIVITY") == {:error, :closed}

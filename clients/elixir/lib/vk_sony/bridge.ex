@@ -24,8 +24,8 @@ defmodule VkSony.Bridge do
   A call whose deadline passes returns `{:error, :timeout}`; its answer, when
   it comes later, is dropped, so later calls still get their own answers.
   Calls made before the bridge's `READY` are held until then (their deadline
-  runs meanwhile). When the bridge ends, calls still waiting and every later
-  call return `{:error, :closed}`.
+  runs meanwhile). When the bridge ends, calls whose answer has not come and
+  every later call return `{:error, :closed}`.
 
   ## Events
 

@@ -34,14 +34,48 @@ void log_with_prefix(const char* prefix, const std::string& text);
 
 // ---- Output lines --------------------------------------------------------
 
-// Writes `text` and a newline to standard output and flushes it, under the
-// output lock, so that concurrent status lines never mix. An empty text
-// writes nothing. Any thread may call it.
+// Everything the bridge writes on standard output during a run goes through
+// these functions and leaves whole: each write() carries complete lines
+// only. Writes to a closed stdout are dropped (the monitor notices the
+// closed pipe); SIGPIPE must be ignored by the caller's process set-up.
+
+// Writes the raw lines not yet written, then `text` and a newline, with one
+// write(), under the output lock. An empty text writes nothing. Any thread
+// may call it.
 void write_status_line(std::string_view text);
 
-// Writes a raw line (text and newline) with the C library's puts: no lock and
-// no flush, so it reaches the parent with the next flush of stdout.
-void write_raw_line(const char* text);
+// Queues a raw line (text and newline) under the output lock without writing
+// it: it leaves with the next status line or batch, or at process exit.
+void write_raw_line(std::string_view text);
+
+// Writes the queued raw lines now. Called at process exit.
+void flush_raw_lines();
+
+// A report batch: lines collected and written with one write() (after any
+// queued raw lines) when the batch is flushed or destroyed. While a batch is
+// open on a thread, write_report_line on that thread joins it, so that every
+// status line of one camera report leaves together. Batches on one thread
+// nest; the innermost collects. Not shared between threads.
+class OutputBatch {
+ public:
+  OutputBatch();
+  ~OutputBatch();
+  OutputBatch(const OutputBatch&) = delete;
+  OutputBatch& operator=(const OutputBatch&) = delete;
+
+  // Adds `line` and a newline; an empty line adds nothing.
+  void add(std::string_view line);
+  // Writes what was added so far, if anything.
+  void flush();
+
+ private:
+  std::string text_;
+  OutputBatch* outer_;
+};
+
+// A line of a property report: added to this thread's open batch, or written
+// at once as a status line when none is open.
+void write_report_line(std::string_view text);
 
 // Element width in bytes of one candidate value of SDK data type `type`.
 // Types without a rule write the raw line "unhandled unit" and give 4.
@@ -52,7 +86,8 @@ size_t element_width(uint32_t type);
 std::string compose_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
                                   ToTextFn to_text, SkipValueFn skip, bool list_values);
 
-// Composes the property status line, writes it as a status line and logs it.
+// Composes the property status line, writes it with write_report_line and
+// logs it.
 void write_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
                          ToTextFn to_text, SkipValueFn skip, bool list_values);
 

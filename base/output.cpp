@@ -1,21 +1,66 @@
 // The writer of protocol lines on standard output and the composition of the
 // property status line.
-#include <cstdio>
+#include <poll.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
 #include <cstring>
-#include <iostream>
 #include <mutex>
 
-#include "base/property_line.h"
 #include "base/base.h"
+#include "base/property_line.h"
 
 namespace {
 
-// Serialises status lines; a leaf lock, never destroyed so that late writers
-// during exit still find it.
-std::mutex& output_mutex() {
-  static auto* mutex = new std::mutex;
-  return *mutex;
+// The output lock and the raw lines queued under it. Never destroyed, so
+// that late writers during exit still find them.
+struct Output {
+  std::timed_mutex mutex;  // a leaf lock
+  std::string queued;      // GUARDED_BY(mutex): raw lines not yet written
+};
+
+Output& output() {
+  static auto* state = new Output;
+  return *state;
 }
+
+// Writes all of `text` to standard output. A closed or failing stdout drops
+// the rest (EPIPE with SIGPIPE ignored): the monitor ends the run when it
+// sees the pipe closed.
+void write_out(const std::string& text) {
+  size_t done = 0;
+  while (done < text.size()) {
+    const ssize_t n = ::write(STDOUT_FILENO, text.data() + done, text.size() - done);
+    if (n > 0) {
+      done += static_cast<size_t>(n);
+    } else if (n < 0 && errno == EINTR) {
+      continue;
+    } else if (n < 0 && errno == EAGAIN) {
+      // A parent that made the pipe non-blocking: wait until it drains.
+      pollfd out{STDOUT_FILENO, POLLOUT, 0};
+      (void)::poll(&out, 1, -1);
+    } else {
+      return;
+    }
+  }
+}
+
+// Appends `lines` (whole lines) to the queued raw lines and writes them all.
+void write_with_queued(std::string_view lines) {
+  Output& out = output();
+  std::lock_guard<std::timed_mutex> lock(out.mutex);
+  out.queued.append(lines.data(), lines.size());
+  write_out(out.queued);
+  out.queued.clear();  // keeps its capacity: no allocation per line
+}
+
+thread_local OutputBatch* open_batch = nullptr;
+
+// Writes the raw lines still queued when the process exits.
+struct FlushAtExit {
+  ~FlushAtExit() { flush_raw_lines(); }
+} flush_at_exit;
 
 constexpr uint32_t kStringType = 0xFFFF;
 
@@ -23,16 +68,56 @@ constexpr uint32_t kStringType = 0xFFFF;
 
 void write_status_line(std::string_view text) {
   if (text.empty()) return;
-  std::lock_guard<std::mutex> lock(output_mutex());
-  // std::cout stays synchronised with stdio, so this flush also carries out
-  // raw lines written earlier with puts.
-  std::cout.write(text.data(), static_cast<std::streamsize>(text.size()));
-  std::cout << std::cout.widen('\n');
-  std::cout.flush();
-  std::cout.flush();
+  Output& out = output();
+  std::lock_guard<std::timed_mutex> lock(out.mutex);
+  out.queued.append(text.data(), text.size());
+  out.queued.push_back('\n');
+  write_out(out.queued);
+  out.queued.clear();
 }
 
-void write_raw_line(const char* text) { std::puts(text); }
+void write_raw_line(std::string_view text) {
+  Output& out = output();
+  std::lock_guard<std::timed_mutex> lock(out.mutex);
+  out.queued.append(text.data(), text.size());
+  out.queued.push_back('\n');
+}
+
+void flush_raw_lines() {
+  Output& out = output();
+  // At exit a writer may be stuck on a full pipe; do not wait for it for ever.
+  std::unique_lock<std::timed_mutex> lock(out.mutex, std::chrono::milliseconds(100));
+  if (!lock.owns_lock() || out.queued.empty()) return;
+  write_out(out.queued);
+  out.queued.clear();
+}
+
+OutputBatch::OutputBatch() : outer_(open_batch) { open_batch = this; }
+
+OutputBatch::~OutputBatch() {
+  flush();
+  open_batch = outer_;
+}
+
+void OutputBatch::add(std::string_view line) {
+  if (line.empty()) return;
+  text_.append(line.data(), line.size());
+  text_.push_back('\n');
+}
+
+void OutputBatch::flush() {
+  if (text_.empty()) return;
+  write_with_queued(text_);
+  text_.clear();
+}
+
+void write_report_line(std::string_view text) {
+  if (open_batch != nullptr) {
+    open_batch->add(text);
+  } else {
+    write_status_line(text);
+  }
+}
 
 size_t element_width(uint32_t type) {
   if (type == 0) return 0;

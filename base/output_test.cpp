@@ -1,8 +1,13 @@
 // Tests of the status-line writer and the property status line.
 #include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <string>
 #include <thread>
@@ -144,48 +149,165 @@ TEST(Output, ElementWidths) {
     SCOPED_TRACE(c.type);
     EXPECT_EQ(element_width(c.type), c.width);
   }
+  flush_raw_lines();
   EXPECT_EQ(capture.text(), "");
 
   for (uint32_t type : {6u, 0xFFFu, 0x3000u, 0x5000u, 0x1006u, 0x6001u, 0x12002u}) {
     SCOPED_TRACE(type);
     EXPECT_EQ(element_width(type), 4u);
   }
+  flush_raw_lines();
   EXPECT_EQ(capture.lines(), std::vector<std::string>(7, "unhandled unit"));
 }
 
-TEST(Output, StatusLines) {
-  StdoutCapture capture;
+// Points standard output at one end of a packet socket while it lives, so
+// that every write() on stdout arrives as one packet.
+class WriteCapture {
+ public:
+  WriteCapture() {
+    EXPECT_EQ(socketpair(AF_UNIX, SOCK_SEQPACKET, 0, fds_), 0);
+    saved_ = dup(STDOUT_FILENO);
+    dup2(fds_[0], STDOUT_FILENO);
+  }
+  ~WriteCapture() {
+    dup2(saved_, STDOUT_FILENO);
+    for (int fd : {saved_, fds_[0], fds_[1]}) close(fd);
+  }
+  // The writes made so far, one string each.
+  std::vector<std::string> writes() {
+    std::vector<std::string> result;
+    char buffer[65536];
+    ssize_t n;
+    while ((n = recv(fds_[1], buffer, sizeof buffer, MSG_DONTWAIT)) > 0) result.emplace_back(buffer, n);
+    return result;
+  }
+
+ private:
+  int fds_[2] = {-1, -1};
+  int saved_ = -1;
+};
+
+using Writes = std::vector<std::string>;
+
+TEST(Output, RawLinesWaitForTheNextWrite) {
+  WriteCapture capture;
   write_status_line("");
-  EXPECT_EQ(capture.text(), "");
   write_raw_line("CONNECTED");
+  EXPECT_EQ(capture.writes(), Writes{});
   write_status_line("READY");
-  EXPECT_EQ(capture.text(), "CONNECTED\nREADY\n");
+  EXPECT_EQ(capture.writes(), Writes{"CONNECTED\nREADY\n"});
+
+  write_raw_line("status TC 1 [1] RO");
+  flush_raw_lines();
+  flush_raw_lines();  // nothing left: no empty write
+  EXPECT_EQ(capture.writes(), Writes{"status TC 1 [1] RO\n"});
 }
 
-TEST(Output, ConcurrentStatusLinesStayWhole) {
+TEST(Output, BatchLeavesInOneWrite) {
+  WriteCapture capture;
+  write_report_line("status A 1 {1} RW");  // no batch open: at once
+  EXPECT_EQ(capture.writes(), Writes{"status A 1 {1} RW\n"});
+  {
+    OutputBatch batch;
+    write_report_line("status A 2 {2} RW");
+    write_raw_line("get prop failed");
+    {
+      OutputBatch inner;  // the innermost open batch collects
+      write_report_line("status B 3 {3} RO");
+    }
+    write_report_line("status C 4 {4} RO");
+    batch.add("READY");
+    batch.add("");
+    // Queued raw lines leave with the next write, here the inner batch's.
+    EXPECT_EQ(capture.writes(), Writes{"get prop failed\nstatus B 3 {3} RO\n"});
+  }
+  // The batch leaves in the order it was filled.
+  EXPECT_EQ(capture.writes(), Writes{"status A 2 {2} RW\nstatus C 4 {4} RO\nREADY\n"});
+  { OutputBatch empty; }
+  EXPECT_EQ(capture.writes(), Writes{});
+}
+
+TEST(Output, ConcurrentLinesStayWhole) {
   constexpr int kLines = 300;
   const std::string a = "status A " + std::string(200, 'a') + " [x] RW";
   const std::string b = "status B " + std::string(200, 'b') + " [y] RO";
+  const std::string tc = "status TC 16909060 [16909060] RO";
   StdoutCapture capture;
   std::thread first([&] {
     for (int i = 0; i < kLines; ++i) write_status_line(a);
   });
   std::thread second([&] {
-    for (int i = 0; i < kLines; ++i) write_status_line(b);
+    for (int i = 0; i < kLines; ++i) {
+      OutputBatch batch;
+      write_report_line(b);
+      write_report_line(b);
+    }
+  });
+  std::thread raw([&] {
+    for (int i = 0; i < kLines; ++i) write_raw_line(tc);
   });
   first.join();
   second.join();
+  raw.join();
+  flush_raw_lines();
   const std::vector<std::string> lines = capture.lines();
-  ASSERT_EQ(lines.size(), 2u * kLines);
+  ASSERT_EQ(lines.size(), 4u * kLines);
   int seen_a = 0;
-  for (const std::string& line : lines) {
-    if (line == a) {
+  int seen_tc = 0;
+  for (size_t i = 0; i < lines.size(); ++i) {
+    if (lines[i] == a) {
       ++seen_a;
+    } else if (lines[i] == tc) {
+      ++seen_tc;
     } else {
-      ASSERT_EQ(line, b);
+      // A batch's two lines stay together.
+      ASSERT_EQ(lines[i], b);
+      ASSERT_LT(i + 1, lines.size());
+      ASSERT_EQ(lines[++i], b);
     }
   }
   EXPECT_EQ(seen_a, kLines);
+  EXPECT_EQ(seen_tc, kLines);
+}
+
+TEST(Output, ClosedStdoutIsSurvived) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  close(fds[0]);
+  void (*old_handler)(int) = std::signal(SIGPIPE, SIG_IGN);
+  const int saved = dup(STDOUT_FILENO);
+  dup2(fds[1], STDOUT_FILENO);
+  write_raw_line("CONNECTED");
+  write_status_line("READY");  // EPIPE: dropped, the queue emptied all the same
+  dup2(saved, STDOUT_FILENO);
+  close(saved);
+  close(fds[1]);
+  std::signal(SIGPIPE, old_handler);
+
+  WriteCapture capture;
+  write_status_line("CLOSED");
+  EXPECT_EQ(capture.writes(), Writes{"CLOSED\n"});
+}
+
+TEST(Output, ExitWritesQueuedRawLines) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    dup2(fds[1], STDOUT_FILENO);
+    write_raw_line("UNUSED");
+    std::exit(0);
+  }
+  close(fds[1]);
+  std::string out;
+  char buffer[256];
+  ssize_t n;
+  while ((n = read(fds[0], buffer, sizeof buffer)) > 0) out.append(buffer, static_cast<size_t>(n));
+  close(fds[0]);
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(out, "UNUSED\n");
 }
 
 }  // namespace

@@ -21,6 +21,6 @@ std::string compose_property_line(const std::string& key, const SCRSDK::CrDevice
 void write_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
                          SkipValueFn skip, bool list_values) {
   const std::string line = compose_property_line(key, property, to_text, skip, list_values);
-  write_status_line(line);
+  write_report_line(line);
   log_message(line);
 }

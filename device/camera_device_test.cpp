@@ -127,6 +127,7 @@ TEST_F(CameraDeviceTest, ReadyOnceAfterFirstBatch) {
 
 TEST_F(CameraDeviceTest, NoReadyAfterFailedFetch) {
   connect_usb(std::string(kUsbFx6Scenario) + "fail get-properties\n");
+  flush_raw_lines();
   const std::vector<std::string> lines = capture_->lines();
   EXPECT_EQ(1, count_line(lines, "get prop failed"));
   EXPECT_EQ(0, count_line(lines, "READY"));

@@ -269,8 +269,9 @@ void CameraDevice::read_timecode() {
   if (SCRSDK::GetLiveViewProperties(device_handle, &list, &count) != 0 || list == nullptr) return;
   if (count > 0) {
     const int tc = static_cast<int>(list[0].GetTimeCode());
-    std::printf("status TC %d [%d] RO\n", tc, tc);
-    std::fflush(stdout);
+    // A raw line: it leaves with the next status line.
+    const std::string text = "status TC " + std::to_string(tc) + " [" + std::to_string(tc) + "] RO";
+    write_raw_line(text);
   }
   (void)SCRSDK::ReleaseLiveViewProperties(device_handle, list);
 }

@@ -227,6 +227,9 @@ TEST_F(CameraDeviceTest, TimecodeLineIsWrittenRaw) {
   connect_usb(kUsbFx6Scenario);
   const int acks = count_line(capture_->lines(), "ACK");
   device_->read_timecode();
+  // No flush of its own: it leaves with the next flushed line.
+  EXPECT_EQ(0, count_prefix(capture_->lines(), "status TC"));
+  flush_raw_lines();
   EXPECT_EQ("status TC 1234 [1234] RO", capture_->lines().back());
   EXPECT_EQ(acks, count_line(capture_->lines(), "ACK"));
 }

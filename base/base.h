@@ -109,8 +109,19 @@ std::string device_property_name(uint32_t code);
 // true again.
 extern std::atomic<bool> running;
 
-// Clears `running` (sequentially consistent). Safe from any thread and from
-// a signal handler; idempotent.
+// Clears `running` (sequentially consistent), then makes the wake-up
+// descriptor readable. Safe from any thread and from a signal handler
+// (async-signal-safe, keeps errno); idempotent.
 void request_shutdown();
+
+// A descriptor that becomes readable (and stays so) when shutdown is
+// requested: the run's threads poll it beside their streams instead of
+// waking on a timer. -1 when it could not be created; pollers then fall back
+// to a timeout.
+int shutdown_wake_fd();
+
+// Sets `running` true again and clears the wake-up descriptor. For tests,
+// while no thread polls it.
+void reset_run_flag();
 
 #endif  // VK_SONY_BASE_BASE_H

@@ -120,6 +120,7 @@ void on_shutdown_signal(int) { request_shutdown(); }
 void start_camera_run() {
   std::signal(SIGINT, on_shutdown_signal);
   std::signal(SIGTERM, on_shutdown_signal);
+  std::signal(SIGHUP, on_shutdown_signal);  // the parent's session ended
   std::signal(SIGPIPE, SIG_IGN);
   start_sdk();
 }

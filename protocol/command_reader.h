@@ -3,6 +3,7 @@
 #ifndef VK_SONY_PROTOCOL_COMMAND_READER_H
 #define VK_SONY_PROTOCOL_COMMAND_READER_H
 
+#include <cstddef>
 #include <string>
 
 #include "protocol/protocol.h"
@@ -28,11 +29,29 @@ CommandWords split_command(const std::string& line);
 // escape on purpose so that the process ends.
 void dispatch_command(CameraDevice* device, PropertyCodes& codes, const std::string& line);
 
-// The reading loop of command_reader on descriptor `input_fd`: polls it every
-// 100 ms while `running` holds, reads whole lines from it and dispatches
-// them, and writes "END - elixir_handler_stdin" when it ends. Reads the
-// descriptor directly (no stdio buffer), so that a poll never misses a line
-// already taken from the descriptor.
+// The parent's input as it is read in blocks, split into lines at "\n".
+class LineBuffer {
+ public:
+  void append(const char* data, size_t size);
+  // Takes the next whole line, without its "\n"; false when no whole line is
+  // buffered.
+  bool next_line(std::string& line);
+  // Takes what is left, a last line without its "\n"; false when nothing is.
+  bool take_rest(std::string& line);
+  // Bytes of a line whose "\n" has not been read yet are buffered.
+  bool has_partial() const { return start_ < data_.size() && data_.find('\n', start_) == std::string::npos; }
+
+ private:
+  std::string data_;
+  size_t start_ = 0;  // first byte not yet taken
+};
+
+// The reading loop of command_reader on descriptor `input_fd`: blocks in poll
+// on it and on the shutdown wake-up descriptor, reads what has arrived in
+// blocks and carries out every whole line read before polling again. A
+// hang-up wins over input not yet read; end of input (a file, /dev/null)
+// ends the loop as a hang-up does. Writes "END - elixir_handler_stdin" and
+// requests shutdown when it ends.
 void read_commands(int input_fd, CameraDevice* device, PropertyCodes& codes);
 
 #endif  // VK_SONY_PROTOCOL_COMMAND_READER_H

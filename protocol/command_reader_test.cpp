@@ -2,12 +2,19 @@
 // connected simulated camera, and the reading loop on a pipe.
 #include "protocol/command_reader.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <cstring>
+#include <fstream>
+#include <future>
+#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -17,6 +24,7 @@
 #include "device/device_test_support.h"
 #include "sim/sim_control.h"
 #include "tests/support/stdout_capture.h"
+#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -57,6 +65,37 @@ TEST(SplitCommand, FourWordsOnAnyRunOfBlanks) {
     EXPECT_EQ(words.name, c.name);
     EXPECT_EQ(words.value, c.value);
     EXPECT_EQ(words.extra, c.extra);
+  }
+}
+
+TEST(LineBuffer, SplitsBlocksIntoLines) {
+  struct Case {
+    std::vector<const char*> blocks;
+    std::vector<std::string> lines;
+    const char* rest;  // the last line without its newline, "" for none
+  };
+  const Case cases[] = {
+      {{"RESET\n"}, {"RESET"}, ""},
+      {{"RES", "ET\nget", " ISO\n"}, {"RESET", "get ISO"}, ""},
+      {{"a\nb\n\nc\r\nd"}, {"a", "b", "", "c\r"}, "d"},
+      {{"", "\n", "x"}, {""}, "x"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.lines.size());
+    LineBuffer buffer;
+    std::vector<std::string> lines;
+    std::string line;
+    for (const char* block : c.blocks) {
+      buffer.append(block, std::strlen(block));
+      while (buffer.next_line(line)) lines.push_back(line);
+    }
+    EXPECT_EQ(lines, c.lines);
+    EXPECT_EQ(buffer.has_partial(), *c.rest != '\0');
+    EXPECT_EQ(buffer.take_rest(line), *c.rest != '\0');
+    if (*c.rest != '\0') {
+      EXPECT_EQ(line, c.rest);
+    }
+    EXPECT_FALSE(buffer.take_rest(line));
   }
 }
 
@@ -184,6 +223,7 @@ void feed_reader(CameraDevice* device, PropertyCodes& codes, const std::string& 
   ASSERT_EQ(pipe(fds), 0);
   ASSERT_EQ(write(fds[1], input.data(), input.size()), static_cast<ssize_t>(input.size()));
   if (hang_up_first) close(fds[1]);
+  reset_run_flag();  // the reader requests shutdown when it ends
   std::thread reader(read_commands, fds[0], device, std::ref(codes));
   if (!hang_up_first) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
@@ -207,6 +247,7 @@ TEST_F(CommandReaderTest, ReadsLinesInOrderUntilHangUp) {
     std::vector<std::string> lines;
   };
   const Case cases[] = {
+      // Lines that arrive together are all carried out.
       {"RESET\nbogus\nRESET\n", false, {"ACK", "NACK", "ACK", end}},
       {"RESET", false, {"ACK", end}},   // a last line without its newline
       {"RESET\nRESET\n", true, {end}},  // the hang-up wins over unread input
@@ -215,7 +256,68 @@ TEST_F(CommandReaderTest, ReadsLinesInOrderUntilHangUp) {
     SCOPED_TRACE(c.input);
     feed_reader(device_.get(), codes_, c.input, c.hang_up_first);
     EXPECT_EQ(new_lines(), c.lines);
+    EXPECT_FALSE(running.load());  // the end of the reader ends the run
   }
+}
+
+// End of input without a hang-up (a file, /dev/null) ends the reader and the
+// run as a hang-up does.
+TEST_F(CommandReaderTest, EndOfFileEndsTheRun) {
+  TempDir dir;
+  const std::string end = "END - elixir_handler_stdin";
+  const struct {
+    std::string path;
+    std::vector<std::string> lines;
+  } cases[] = {
+      {"/dev/null", {end}},
+      {dir.write("commands", "RESET\nbogus\nRESET"), {"ACK", "NACK", "ACK", end}},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.path);
+    const int fd = open(c.path.c_str(), O_RDONLY);
+    ASSERT_GE(fd, 0);
+    reset_run_flag();
+    read_commands(fd, device_.get(), codes_);
+    close(fd);
+    EXPECT_EQ(new_lines(), c.lines);
+    EXPECT_FALSE(running.load());
+  }
+}
+
+// Waits (with a deadline) until thread `tid` of this process is blocked.
+bool wait_until_asleep(const std::atomic<pid_t>& tid) {
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (std::chrono::steady_clock::now() < deadline) {
+    if (tid != 0) {
+      std::ifstream stat("/proc/self/task/" + std::to_string(tid) + "/stat");
+      std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
+      const size_t state = text.rfind(')');
+      if (state != std::string::npos && text.compare(state, 3, ") S") == 0) return true;
+    }
+    std::this_thread::yield();
+  }
+  return false;
+}
+
+// A reader blocked in poll with nothing to read wakes as soon as shutdown is
+// requested, from another thread or a signal handler.
+TEST_F(CommandReaderTest, ShutdownRequestWakesTheReader) {
+  int fds[2];
+  ASSERT_EQ(pipe(fds), 0);
+  reset_run_flag();
+  std::atomic<pid_t> tid{0};
+  auto done = std::async(std::launch::async, [&] {
+    tid = static_cast<pid_t>(syscall(SYS_gettid));
+    read_commands(fds[0], device_.get(), codes_);
+  });
+  EXPECT_TRUE(wait_until_asleep(tid));
+  request_shutdown();
+  const bool woken = done.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
+  close(fds[1]);  // lets a reader that was not woken end by the hang-up
+  done.wait();
+  close(fds[0]);
+  EXPECT_TRUE(woken);
+  EXPECT_EQ(new_lines(), std::vector<std::string>{"END - elixir_handler_stdin"});
 }
 
 TEST_F(CommandReaderTest, ShutdownRequestEndsReaderWithInputPending) {

@@ -20,14 +20,16 @@ using PropertyCodes = std::map<std::string, uint64_t>;
 extern PropertyCodes property_codes;
 
 // Thread body: reads commands from standard input and dispatches them to
-// `device` until shutdown, hang-up or end of input.
+// `device` until shutdown, hang-up or end of input; then requests shutdown.
 void command_reader(CameraDevice* device, PropertyCodes& codes);
 
-// Thread body: watches stdin and stdout for error conditions and ends the
-// run; always writes "CLOSED" last.
-void handler_monitor();
+// Thread body: blocks until stdin or stdout shows an error condition or
+// shutdown is requested, then ends the run: requests shutdown, aborts the
+// operations of `device` (may be null) and writes "CLOSED".
+void handler_monitor(CameraDevice* device);
 
-// One probe of the standard streams; true when an error condition was seen.
+// One probe of the standard streams, without waiting; true (and logged) when
+// an error condition was seen.
 bool check_streams();
 
 // Runs the bridge for a connected `device` (may be null) until the run ends,

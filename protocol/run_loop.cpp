@@ -2,9 +2,7 @@
 #include <poll.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <ctime>
 #include <functional>
 #include <string>
 #include <thread>
@@ -19,27 +17,15 @@ PropertyCodes property_codes;
 
 namespace {
 
-constexpr int kStreamPollTimeoutMs = 100;
+// Without a wake-up descriptor the monitor looks at the run flag this often.
+constexpr int kFallbackPollMs = 1000;
 constexpr uint32_t kModelPxwZ200 = 20;
 constexpr uint32_t kModelHxrNx800 = 21;
 constexpr uint64_t kPpBlackLevelRemapCode = 684;
 
-// Sleeps one second in full; a signal only shortens one nanosleep, which is
-// resumed for the remaining time.
-void sleep_one_second() {
-  timespec remaining{1, 0};
-  while (nanosleep(&remaining, &remaining) != 0 && errno == EINTR) {
-  }
-}
-
-}  // namespace
-
-bool check_streams() {
-  pollfd fds[2] = {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}};
-  // POLLERR, POLLHUP and POLLNVAL are always reported; no other event is
-  // asked for.
-  int ready = poll(fds, 2, kStreamPollTimeoutMs);
-  if (ready <= 0) return false;
+// Logs and returns true when stdin (fds[0]) or stdout (fds[1]) shows an
+// error condition; stdin is looked at first.
+bool stream_error_seen(const pollfd* fds) {
   constexpr short kErrorEvents = POLLERR | POLLHUP | POLLNVAL;
   int index;
   if ((fds[0].revents & kErrorEvents) != 0) {
@@ -56,14 +42,27 @@ bool check_streams() {
   return true;
 }
 
-void handler_monitor() {
-  if (running.load(std::memory_order_seq_cst)) {
-    while (!check_streams()) {
-      sleep_one_second();
-      if (!running.load(std::memory_order_seq_cst)) break;
-    }
+}  // namespace
+
+bool check_streams() {
+  // POLLERR, POLLHUP and POLLNVAL are always reported; no other event is
+  // asked for.
+  pollfd fds[2] = {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}};
+  return poll(fds, 2, 0) > 0 && stream_error_seen(fds);
+}
+
+void handler_monitor(CameraDevice* device) {
+  const int wake_fd = shutdown_wake_fd();
+  while (running.load(std::memory_order_seq_cst)) {
+    // Blocks until a stream fails or shutdown is requested: no timer.
+    pollfd fds[3] = {{STDIN_FILENO, 0, 0}, {STDOUT_FILENO, 0, 0}, {wake_fd, POLLIN, 0}};
+    const int ready = poll(fds, wake_fd >= 0 ? 3 : 2, wake_fd >= 0 ? -1 : kFallbackPollMs);
+    if (ready > 0 && stream_error_seen(fds)) break;
   }
   request_shutdown();
+  // A command waiting at the gate or for the camera ends now (answered
+  // "NACK" if its answer was due), so that the reader can be joined.
+  if (device != nullptr) device->abort_operations();
   write_status_line("CLOSED");
   log_message("Closing from handler_monitor");
 }
@@ -80,7 +79,7 @@ bool run_bridge(CameraDevice* device) {
   }
 
   std::thread reader(command_reader, device, std::ref(property_codes));
-  std::thread monitor(handler_monitor);
+  std::thread monitor(handler_monitor, device);
   reader.join();
   monitor.join();
 

@@ -40,7 +40,7 @@ class RunLoopTest : public ::testing::Test {
   }
   void TearDown() override {
     sim::reset();
-    running.store(true);
+    reset_run_flag();
   }
   StdoutCapture capture_;
 };

@@ -115,21 +115,62 @@ TEST_F(BridgeRunTest, MalformedNumberAbortsTheProcess) {
   EXPECT_EQ(bridge_->wait_exit(5s), 128 + SIGABRT);
 }
 
-// With a camera that never confirms, the first write is never acknowledged,
-// the next gated command waits at the gate, and a shutdown request writes
-// "CLOSED" but cannot end the process while the reader waits.
-TEST_F(BridgeRunTest, CameraThatNeverConfirmsBlocksTheReader) {
-  ASSERT_NO_FATAL_FAILURE(start("confirm never\n"));
-  bridge_->send("set ISO_SENSITIVITY 1600");
-  bridge_->send("set ISO_SENSITIVITY 400");
-  EXPECT_FALSE(bridge_->expect_line("ACK", 1500ms));
-  EXPECT_EQ(trace_with("SetDeviceProperty").size(), 1u);
+// A write the camera never confirms, with another command queued behind
+// it: whatever ends the run, the waiting write is answered "NACK", the
+// queued one is never sent, and the process ends and releases the camera.
+TEST_F(BridgeRunTest, StuckWriteEndsWithTheRun) {
+  struct Case {
+    const char* name;
+    int signo;
+    const char* control;
+    bool parent_dies;  // stdin and stdout closed, as when the parent is killed
+    bool camera_gone;
+  };
+  const Case cases[] = {
+      {"SIGTERM", SIGTERM, nullptr, false, false},
+      {"parent killed", 0, nullptr, true, false},
+      {"camera disconnects", 0, "disconnect 0x8207", false, true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    unlink(trace_path().c_str());
+    auto started = start_until_ready({kUsbId}, env(std::string(kScenario) + "confirm never\n"));
+    ASSERT_TRUE(started);
+    BridgeProcess& bridge = *started;
+    bridge.send("set ISO_SENSITIVITY 1600");
+    bridge.send("set ISO_SENSITIVITY 400");
+    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    while (trace_with("SetDeviceProperty").empty() && std::chrono::steady_clock::now() < deadline) {
+      std::this_thread::yield();
+    }
+    ASSERT_EQ(trace_with("SetDeviceProperty").size(), 1u);
 
-  bridge_->signal(SIGTERM);
-  EXPECT_TRUE(bridge_->expect_line("CLOSED", 3s));
-  EXPECT_FALSE(bridge_->wait_exit(1s).has_value());
-  const std::vector<std::string>& lines = bridge_->lines();
-  EXPECT_EQ(std::count(lines.begin(), lines.end(), "END - elixir_handler_stdin"), 0);
+    if (c.signo != 0) bridge.signal(c.signo);
+    if (c.control != nullptr) {
+      ASSERT_TRUE(send_control(control_path(), c.control));
+    }
+    if (c.parent_dies) {
+      bridge.close_stdin();
+      bridge.close_stdout();
+    }
+    EXPECT_EQ(bridge.wait_exit(5s), 1);
+    if (!c.parent_dies) {
+      const std::vector<std::string>& lines = bridge.read_all(5s);
+      // The waiting write is answered; so is the queued one if the reader
+      // had already taken it to the gate. Never twice, never "ACK".
+      const auto nacks = std::count(lines.begin(), lines.end(), "NACK");
+      EXPECT_GE(nacks, 1);
+      EXPECT_LE(nacks, 2);
+      EXPECT_EQ(std::count(lines.begin(), lines.end(), "ACK"), 0);
+      EXPECT_EQ(std::count(lines.begin(), lines.end(), "CLOSED"), 1);
+      EXPECT_EQ(std::count(lines.begin(), lines.end(), "END - elixir_handler_stdin"), 1);
+    }
+    EXPECT_EQ(trace_with("SetDeviceProperty").size(), 1u);
+    const std::vector<std::string> expected =
+        c.camera_gone ? std::vector<std::string>{"ReleaseDevice", "Release"}
+                      : std::vector<std::string>{"Disconnect", "ReleaseDevice", "Release"};
+    EXPECT_EQ(teardown_calls(trace_path()), expected);
+  }
 }
 
 // Every way a run ends: the last lines, the exit status and the teardown.
@@ -146,6 +187,7 @@ TEST_F(BridgeRunTest, EveryEndOfRunTearsDownInOrder) {
       {"stdin closed", nullptr, 0, true, false, false},
       {"SIGTERM", nullptr, SIGTERM, false, false, false},
       {"SIGINT", nullptr, SIGINT, false, false, false},
+      {"SIGHUP", nullptr, SIGHUP, false, false, false},
       {"camera disconnects", "disconnect 0x8207", 0, false, true, true},
       {"fatal warning", "warning 0x20002", 0, false, false, true},
       {"camera error", "error 0x8202", 0, false, false, true},
@@ -192,6 +234,30 @@ TEST_F(BridgeRunTest, ClosedStdoutEndsRun) {
   EXPECT_EQ(bridge.wait_exit(5s), 1);
   EXPECT_EQ(teardown_calls(trace_path()),
             (std::vector<std::string>{"Disconnect", "ReleaseDevice", "Release"}));
+}
+
+// End of input without a hang-up ends the run as a hang-up does, after the
+// commands read before it.
+TEST_F(BridgeRunTest, EndOfInputEndsRun) {
+  for (const std::string input : {"", "RESET\n"}) {
+    SCOPED_TRACE(input);
+    unlink(trace_path().c_str());
+    const std::string path = input.empty() ? "/dev/null" : dir_.write("commands", input);
+    BridgeProcess bridge({kUsbId}, env(kScenario), path);
+    const std::vector<std::string>& lines = bridge.read_all(5s);
+    EXPECT_EQ(bridge.wait_exit(5s), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "ACK"), input.empty() ? 0 : 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "END - elixir_handler_stdin"), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "CLOSED"), 1);
+    // The reader ends first and then ends the run. (The camera's first
+    // report may still come later, before the teardown.)
+    EXPECT_LT(std::find(lines.begin(), lines.end(), "END - elixir_handler_stdin"),
+              std::find(lines.begin(), lines.end(), "CLOSED"));
+    // Disconnect only when the camera had already reported the connection.
+    std::vector<std::string> calls = teardown_calls(trace_path());
+    if (!calls.empty() && calls.front() == "Disconnect") calls.erase(calls.begin());
+    EXPECT_EQ(calls, (std::vector<std::string>{"ReleaseDevice", "Release"}));
+  }
 }
 
 // "*" finds no camera in the system's USB tree and falls back to the SDK's

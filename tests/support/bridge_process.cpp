@@ -82,7 +82,8 @@ std::string emulator_command() {
 #endif
 }
 
-BridgeProcess::BridgeProcess(const std::vector<std::string>& args, const EnvChanges& env) {
+BridgeProcess::BridgeProcess(const std::vector<std::string>& args, const EnvChanges& env,
+                             const std::string& stdin_path) {
   std::vector<std::string> argv_text;
   argv_text = split_blanks(emulator_command());
   argv_text.push_back(bridge_binary());
@@ -112,9 +113,10 @@ BridgeProcess::BridgeProcess(const std::vector<std::string>& args, const EnvChan
   if (pipe2(in_pipe, O_CLOEXEC) != 0 || pipe2(out_pipe, O_CLOEXEC) != 0 || pipe2(err_pipe, O_CLOEXEC) != 0)
     return;
 
+  const int stdin_file = stdin_path.empty() ? -1 : open(stdin_path.c_str(), O_RDONLY | O_CLOEXEC);
   pid_ = fork();
   if (pid_ == 0) {
-    dup2(in_pipe[0], 0);
+    dup2(stdin_file >= 0 ? stdin_file : in_pipe[0], 0);
     dup2(out_pipe[1], 1);
     dup2(err_pipe[1], 2);
     ::signal(SIGPIPE, SIG_DFL);
@@ -125,6 +127,7 @@ BridgeProcess::BridgeProcess(const std::vector<std::string>& args, const EnvChan
   close(in_pipe[0]);
   close(out_pipe[1]);
   close(err_pipe[1]);
+  if (stdin_file >= 0) close(stdin_file);
   stdin_fd_ = in_pipe[1];
   stdout_fd_ = out_pipe[0];
   stderr_fd_ = err_pipe[0];

@@ -30,8 +30,10 @@ std::string emulator_command();
 class BridgeProcess {
  public:
   // Starts vk-sony with `args` (without the program name), through
-  // emulator_command() when that is not empty.
-  explicit BridgeProcess(const std::vector<std::string>& args, const EnvChanges& env = {});
+  // emulator_command() when that is not empty. With `stdin_path` the child
+  // reads its standard input from that file instead of a pipe from us.
+  explicit BridgeProcess(const std::vector<std::string>& args, const EnvChanges& env = {},
+                         const std::string& stdin_path = "");
   // Kills the child (SIGKILL) if it is still running and reaps it.
   ~BridgeProcess();
   BridgeProcess(const BridgeProcess&) = delete;

@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstring>
 #include <mutex>
+#include <thread>
 
 #include "base/base.h"
 #include "base/property_line.h"
@@ -16,8 +17,8 @@ namespace {
 // The output lock and the raw lines queued under it. Never destroyed, so
 // that late writers during exit still find them.
 struct Output {
-  std::timed_mutex mutex;  // a leaf lock
-  std::string queued;      // GUARDED_BY(mutex): raw lines not yet written
+  std::mutex mutex;    // a leaf lock
+  std::string queued;  // GUARDED_BY(mutex): raw lines not yet written
 };
 
 Output& output() {
@@ -49,7 +50,7 @@ void write_out(const std::string& text) {
 // Appends `lines` (whole lines) to the queued raw lines and writes them all.
 void write_with_queued(std::string_view lines) {
   Output& out = output();
-  std::lock_guard<std::timed_mutex> lock(out.mutex);
+  std::lock_guard<std::mutex> lock(out.mutex);
   out.queued.append(lines.data(), lines.size());
   write_out(out.queued);
   out.queued.clear();  // keeps its capacity: no allocation per line
@@ -69,7 +70,7 @@ constexpr uint32_t kStringType = 0xFFFF;
 void write_status_line(std::string_view text) {
   if (text.empty()) return;
   Output& out = output();
-  std::lock_guard<std::timed_mutex> lock(out.mutex);
+  std::lock_guard<std::mutex> lock(out.mutex);
   out.queued.append(text.data(), text.size());
   out.queued.push_back('\n');
   write_out(out.queued);
@@ -78,7 +79,7 @@ void write_status_line(std::string_view text) {
 
 void write_raw_line(std::string_view text) {
   Output& out = output();
-  std::lock_guard<std::timed_mutex> lock(out.mutex);
+  std::lock_guard<std::mutex> lock(out.mutex);
   out.queued.append(text.data(), text.size());
   out.queued.push_back('\n');
 }
@@ -86,7 +87,11 @@ void write_raw_line(std::string_view text) {
 void flush_raw_lines() {
   Output& out = output();
   // At exit a writer may be stuck on a full pipe; do not wait for it for ever.
-  std::unique_lock<std::timed_mutex> lock(out.mutex, std::chrono::milliseconds(100));
+  std::unique_lock<std::mutex> lock(out.mutex, std::try_to_lock);
+  for (int tries = 0; !lock.owns_lock() && tries < 100; ++tries) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    lock.try_lock();
+  }
   if (!lock.owns_lock() || out.queued.empty()) return;
   write_out(out.queued);
   out.queued.clear();

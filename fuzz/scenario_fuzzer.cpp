@@ -52,5 +52,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                        : compose_property_line("K", copy, decimal, keep_all, false);
     if (line.find('\n') != std::string::npos) std::abort();
   }
+  flush_raw_lines();  // "unhandled unit" waits for the next write otherwise
   return 0;
 }

@@ -318,7 +318,28 @@ void set_image_frame(SCRSDK::CrImageDataBlock* block, CrInt32u frame_no, CrInt32
 
 namespace sim {
 
+std::vector<uint8_t> packed_candidates(const ScenarioProperty& p) {
+  std::vector<CrInt8u> packed;
+  if (p.raw_bytes) {
+    packed = p.bytes;
+  } else {
+    const uint32_t width = element_width(p.type);
+    packed.reserve(p.candidates.size() * width);
+    for (uint64_t candidate : p.candidates) {
+      for (uint32_t i = 0; i < width; ++i)
+        packed.push_back(i < 8 ? static_cast<CrInt8u>(candidate >> (8 * i)) : 0);
+    }
+  }
+  if (p.declares_size && !p.null_values) packed.resize(p.declared_size, 0);
+  return packed;
+}
+
 void fill_property_record(const ScenarioProperty& p, SCRSDK::CrDeviceProperty* out) {
+  fill_property_record(p, packed_candidates(p), out);
+}
+
+void fill_property_record(const ScenarioProperty& p, const std::vector<uint8_t>& packed,
+                          SCRSDK::CrDeviceProperty* out) {
   out->SetCode(p.code);
   out->SetValueType(static_cast<SCRSDK::CrDataType>(p.declares_type ? p.declared_type : p.type));
   out->SetPropertyEnableFlag(p.writable ? SCRSDK::CrEnableValue_True : SCRSDK::CrEnableValue_DisplayOnly);
@@ -336,24 +357,15 @@ void fill_property_record(const ScenarioProperty& p, SCRSDK::CrDeviceProperty* o
   } else {
     out->SetCurrentValue(p.value);
   }
-  std::vector<CrInt8u> packed;
-  if (p.raw_bytes) {
-    packed = p.bytes;
-  } else {
-    const uint32_t width = element_width(p.type);
-    for (uint64_t candidate : p.candidates) {
-      for (uint32_t i = 0; i < width; ++i)
-        packed.push_back(i < 8 ? static_cast<CrInt8u>(candidate >> (8 * i)) : 0);
-    }
-  }
-  if (p.declares_size && !p.null_values) packed.resize(p.declared_size, 0);
+  // The setters copy the buffer they are given.
+  CrInt8u* bytes = p.null_values ? nullptr : const_cast<CrInt8u*>(packed.data());
   const CrInt32u size = p.declares_size ? p.declared_size : static_cast<CrInt32u>(packed.size());
   out->SetValueSize(p.null_values ? 0 : size);
-  out->SetValues(p.null_values ? nullptr : packed.data());
+  out->SetValues(bytes);
   out->SetValueSize(size);  // with values=null: a size and no buffer
   if (p.writable) {
     out->SetSetValueSize(p.null_values ? 0 : size);
-    out->SetSetValues(p.null_values ? nullptr : packed.data());
+    out->SetSetValues(bytes);
     out->SetSetValueSize(size);
   }
 }

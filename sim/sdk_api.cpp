@@ -350,9 +350,10 @@ CrError GetSelectDeviceProperties(CrDeviceHandle deviceHandle, CrInt32u numOfCod
     CrDeviceProperty* array =
         numOfCodes == 0 || codes == nullptr ? nullptr : new CrDeviceProperty[numOfCodes];
     CrInt32 filled = 0;
-    simulator().visit_properties(codes, numOfCodes, [&](const sim::ScenarioProperty& property) {
-      sim::fill_property_record(property, &array[filled++]);
-    });
+    simulator().visit_properties(
+        codes, numOfCodes, [&](const sim::ScenarioProperty& property, const std::vector<uint8_t>& packed) {
+          sim::fill_property_record(property, packed, &array[filled++]);
+        });
     if (filled == 0) {
       delete[] array;
       array = nullptr;

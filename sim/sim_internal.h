@@ -47,6 +47,11 @@ struct ScenarioProperty {
 // declared size or length past the given bytes is padded with zeros), so the
 // simulator's own copies never read outside them.
 void fill_property_record(const ScenarioProperty& property, SCRSDK::CrDeviceProperty* out);
+// The same with the candidate buffer computed beforehand by
+// packed_candidates(property), which depends on nothing but the scenario.
+void fill_property_record(const ScenarioProperty& property, const std::vector<uint8_t>& packed,
+                          SCRSDK::CrDeviceProperty* out);
+std::vector<uint8_t> packed_candidates(const ScenarioProperty& property);
 
 struct ScenarioLiveViewProperty {
   uint32_t code = 0;

@@ -222,7 +222,11 @@ bool Simulator::load_scenario_text(const std::string& text, std::string* error) 
 void Simulator::set_scenario_locked(Scenario scenario) {
   props_ = scenario.properties;
   prop_index_.clear();
-  for (std::size_t i = 0; i < props_.size(); ++i) prop_index_[props_[i].code] = i;
+  packed_.clear();
+  for (std::size_t i = 0; i < props_.size(); ++i) {
+    prop_index_[props_[i].code] = i;
+    packed_.push_back(packed_candidates(props_[i]));  // candidates never change after loading
+  }
   scenario_ = std::make_shared<const Scenario>(std::move(scenario));
   loaded_ = true;
 }
@@ -582,6 +586,7 @@ void Simulator::shut_down(bool forget_scenario) {
       scenario_ = std::make_shared<const Scenario>();
       props_.clear();
       prop_index_.clear();
+      packed_.clear();
       frame_no_ = 0;
     }
   }

@@ -88,15 +88,16 @@ class Simulator {
 
   // Properties of the connected camera (live values).
   bool find_property(uint32_t code, ScenarioProperty* property);
-  // Calls `visit(const ScenarioProperty&)` for each of `codes` the camera
-  // has, in the order given, under the simulator's lock: `visit` must not
-  // call into the simulator.
+  // Calls `visit(const ScenarioProperty&, const std::vector<uint8_t>& packed)`
+  // for each of `codes` the camera has, in the order given, with its
+  // packed_candidates() (computed when the scenario loaded), under the
+  // simulator's lock: `visit` must not call into the simulator.
   template <typename Visit>
   void visit_properties(const uint32_t* codes, uint32_t count, Visit visit) {
     std::lock_guard<std::mutex> lock(mu_);
     for (uint32_t i = 0; codes != nullptr && i < count; ++i) {
-      const ScenarioProperty* property = find_locked(codes[i]);
-      if (property != nullptr) visit(*property);
+      const auto found = prop_index_.find(codes[i]);
+      if (found != prop_index_.end()) visit(props_[found->second], packed_[found->second]);
     }
   }
   // Stores `value`; returns true when it differed from the current one.
@@ -159,6 +160,7 @@ class Simulator {
   std::shared_ptr<const Scenario> scenario_ = std::make_shared<const Scenario>();  // guarded by mu_
   std::vector<ScenarioProperty> props_;                                            // guarded by mu_
   std::unordered_map<uint32_t, std::size_t> prop_index_;  // guarded by mu_; code -> index in props_
+  std::vector<std::vector<uint8_t>> packed_;              // guarded by mu_; packed_candidates of props_
   std::string control_path_;                              // guarded by mu_
   SCRSDK::IDeviceCallback* callback_ = nullptr;           // guarded by mu_
   CrInt64 handle_ = 0;                                    // guarded by mu_

@@ -12,6 +12,7 @@
  * Arguments are key=value pairs:
  *   mode=reply|burst|shutdown|startup|idle   what to measure
  *   name=FIGURE out=DIR n=COUNT cpu=CPU      (cpu: pin everything to it)
+ *   stderr=FILE                              children's standard error (appended)
  *   a=COMMAND b=COMMAND                      run by /bin/sh -c "exec COMMAND"
  *   reply:    send=LINE[|LINE...] a_timed=PREFIX a_drain=PREFIX b_timed=...
  *             b_drain=...  rss=1 adds a row of the resident set size after
@@ -19,7 +20,9 @@
  *   burst:    a_fifo=PATH a_trigger=LINE b_trigger=LINE lines=COUNT
  *             capture=FILE (side a's first burst is written there before b
  *             starts, so b can replay the same bytes)
- *   shutdown: how=stdin|term
+ *   shutdown: how=stdin|term|hup|control: closes standard input, sends
+ *             SIGTERM or SIGHUP, or (control) writes a_trigger=LINE to the
+ *             FIFO a_fifo=PATH of side a and closes standard input of side b
  *   startup:  a and b are split on blanks and started directly
  *   idle:     count=PROCESSES seconds=INTERVAL
  * Every program under test and every floor writes "READY" when it is ready
@@ -90,6 +93,9 @@ static void spawn(Child* c, const char* command, const char* name) {
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, to[0], 0);
   posix_spawn_file_actions_adddup2(&actions, from[1], 1);
+  const char* errors = arg("stderr", NULL);
+  if (errors != NULL)
+    posix_spawn_file_actions_addopen(&actions, 2, errors, O_WRONLY | O_CREAT | O_APPEND, 0644);
   char* argv[] = {"sh", "-c", NULL, NULL};
   char line[4096];
   snprintf(line, sizeof line, "exec %s", command);
@@ -296,22 +302,32 @@ static void mode_burst(void) {
 
 static void mode_shutdown(void) {
   const long n = atol(arg("n", "20"));
-  const int term = strcmp(arg("how", "stdin"), "term") == 0;
+  const char* how = arg("how", "stdin");
   double* samples[2] = {malloc(sizeof(double) * (size_t)n), malloc(sizeof(double) * (size_t)n)};
   static Child c[2];
   for (long i = 0; i < n; ++i) {
     start_pair(c);
     for (int k = 0; k < 2; ++k) {
       const int s = (int)((i + k) % 2);
+      int fifo = -1;
+      if (s == 0 && strcmp(how, "control") == 0) {
+        fifo = open(arg("a_fifo", ""), O_WRONLY | O_CLOEXEC);
+        if (fifo < 0) die("%s: %s", arg("a_fifo", ""), strerror(errno));
+      }
       const double t0 = now_us();
-      if (term) {
+      if (strcmp(how, "term") == 0) {
         kill(c[s].pid, SIGTERM);
+      } else if (strcmp(how, "hup") == 0) {
+        kill(c[s].pid, SIGHUP);
+      } else if (fifo >= 0) {
+        send_line(fifo, arg("a_trigger", ""));
       } else {
         close(c[s].in);
         c[s].in = -1;
       }
       waitpid(c[s].pid, NULL, 0);
       samples[s][i] = (now_us() - t0) / 1000.0;
+      if (fifo >= 0) close(fifo);
       if (c[s].in >= 0) close(c[s].in);
       close(c[s].out);
     }

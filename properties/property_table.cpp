@@ -2,22 +2,31 @@
 // and flags per SDK device-property code.
 #include "properties/property_table.h"
 
-#include <initializer_list>
-#include <utility>
-
 #include "properties/formatters.h"
 #include "properties/value_maps.h"
 
 namespace {
 
-using Row = std::pair<PropertyCode, PropertyInfo>;
+// One row as written below: plain constants, so the list is built at compile
+// time and costs nothing at start-up.
+struct Row {
+  PropertyCode code;
+  struct {
+    const char* name;
+    ToTextFn toText;
+    FromTextFn fromText;
+    SkipValueFn skipValue;
+    bool listValues;
+    bool alwaysSend;
+  } info;
+};
 
 // The rows in the order they are inserted. A later row with a code already
 // present is dropped: FOCUS_POSITION_SETTING shares 0x20E with FOCUS_POSITION
 // and loses, so 0x20E is reported and set as FOCUS_POSITION. The parent relies
 // on that, so the duplicate row stays here as it is.
 // clang-format off
-const std::initializer_list<Row> kRows = {
+constexpr Row kRows[] = {
     {0x101, {"EXPOSURE_BIAS", &exposureBiasToText, &exposureBiasFromText, &acceptAll, true, false}},  // CrDeviceProperty_ExposureBiasCompensation
     {0x13B, {"EXPOSURE_INDEX", &formatUnsigned, &parseDecimal, &acceptAll, true, false}},  // CrDeviceProperty_ExposureIndex
     {0x105, {"EXPOSURE_MODE", &exposureModeToText, &exposureModeFromText, &acceptAll, true, false}},  // CrDeviceProperty_ExposureProgramMode
@@ -183,19 +192,31 @@ const std::initializer_list<Row> kRows = {
 };
 // clang-format on
 
-std::map<PropertyCode, PropertyInfo> build_table() {
-  std::map<PropertyCode, PropertyInfo> table;
-  for (const Row& row : kRows) table.insert(row);  // first row for a code wins
+PropertyTable::Map* build_table() {
+  auto* table = new PropertyTable::Map;
+  for (const Row& row : kRows) {
+    const auto& i = row.info;
+    // The first row for a code wins.
+    table->emplace(row.code,
+                   PropertyInfo{i.name, i.toText, i.fromText, i.skipValue, i.listValues, i.alwaysSend});
+  }
   return table;
 }
 
 }  // namespace
 
-const std::map<PropertyCode, PropertyInfo> propertyTable = build_table();
+const PropertyTable propertyTable;
+
+const PropertyTable::Map& PropertyTable::rows() const {
+  // Never destroyed: SDK threads may still look rows up during exit.
+  static const Map* const table = build_table();
+  return *table;
+}
 
 const PropertyInfo* find_property(PropertyCode code) {
-  const auto it = propertyTable.find(code);
-  return it == propertyTable.end() ? nullptr : &it->second;
+  const PropertyTable::Map& rows = propertyTable.rows();
+  const auto it = rows.find(code);
+  return it == rows.end() ? nullptr : &it->second;
 }
 
 bool is_text_converter(ToTextFn to_text) { return to_text == &sdkStringToText; }

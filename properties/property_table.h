@@ -28,9 +28,18 @@ struct PropertyInfo {
   bool alwaysSend = false;  // write even when the value is unchanged
 };
 
-// The table, keyed and ordered by code. Built before main() by a static
-// initialiser and never changed afterwards, so any thread may read it.
-extern const std::map<PropertyCode, PropertyInfo> propertyTable;
+// The table, keyed and ordered by code: a read-only view of a map that is
+// built on first use (thread-safe) and never changed afterwards, so any
+// thread may read it. Modes that never look at it (-v, -l) do not build it.
+class PropertyTable {
+ public:
+  using Map = std::map<PropertyCode, PropertyInfo>;
+  const Map& rows() const;
+  Map::const_iterator begin() const { return rows().begin(); }
+  Map::const_iterator end() const { return rows().end(); }
+  Map::size_type size() const { return rows().size(); }
+};
+extern const PropertyTable propertyTable;
 
 // The row for `code`, or nullptr when the bridge does not support it.
 const PropertyInfo* find_property(PropertyCode code);

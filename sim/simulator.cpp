@@ -96,14 +96,18 @@ bool read_file(const std::string& path, std::string* text, std::string* error) {
 }
 
 // The lines of `text` that hold the directive `name`.
-std::string directive_lines(const char* text, const std::string& name) {
+std::string directive_lines(const std::string& text, const std::string& name) {
   std::string lines;
-  std::istringstream in(text);
-  for (std::string line; std::getline(in, line);) {
-    const std::size_t start = line.find_first_not_of(" \t");
-    if (start == std::string::npos || line.compare(start, name.size(), name) != 0) continue;
-    const std::size_t after = start + name.size();
-    if (after == line.size() || line[after] == ' ' || line[after] == '\t') lines += line + "\n";
+  for (std::size_t start = 0; start < text.size();) {
+    std::size_t end = text.find('\n', start);
+    if (end == std::string::npos) end = text.size();
+    const std::size_t word = text.find_first_not_of(" \t", start);
+    const std::size_t after = word + name.size();
+    if (word < end && after <= end && text.compare(word, name.size(), name) == 0 &&
+        (after == end || text[after] == ' ' || text[after] == '\t')) {
+      lines.append(text, start, end - start).push_back('\n');
+    }
+    start = end + 1;
   }
   return lines;
 }

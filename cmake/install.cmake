@@ -128,7 +128,7 @@ if(VK_SONY_BUILD_TESTS AND NOT VK_SONY_SDK_DIR)
   find_program(VK_SONY_DPKG_DEB dpkg-deb)
   if(VK_SONY_DPKG_DEB)
     add_test(NAME Package.Deb
-             COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${PROJECT_BINARY_DIR}
+             COMMAND ${CMAKE_COMMAND} -DCPACK=${CMAKE_CPACK_COMMAND} -DBUILD_DIR=${PROJECT_BINARY_DIR}
                      -DWORK_DIR=${PROJECT_BINARY_DIR}/package-test
                      "-DEMULATOR=${CMAKE_CROSSCOMPILING_EMULATOR}"
                      -P ${PROJECT_SOURCE_DIR}/cmake/package_test.cmake)

@@ -1,7 +1,7 @@
 # CTest script: builds the Debian package of the build in BUILD_DIR with cpack,
 # unpacks it into a scratch root under WORK_DIR, and runs the unpacked bridge
 # through its bin/ link (under EMULATOR, a list, for a cross build):
-#   cmake -DBUILD_DIR=... -DWORK_DIR=... [-DEMULATOR=...] -P package_test.cmake
+#   cmake -DCPACK=cpack -DBUILD_DIR=... -DWORK_DIR=... [-DEMULATOR=...] -P package_test.cmake
 cmake_minimum_required(VERSION 3.22)
 
 # check("CONDITION" "message"): CONDITION is written as for if().
@@ -12,7 +12,7 @@ function(check condition message)
 endfunction()
 
 file(REMOVE_RECURSE ${WORK_DIR})
-execute_process(COMMAND cpack -G DEB -B ${WORK_DIR}/out --config ${BUILD_DIR}/CPackConfig.cmake
+execute_process(COMMAND ${CPACK} -G DEB -B ${WORK_DIR}/out --config ${BUILD_DIR}/CPackConfig.cmake
                 RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
 check("result EQUAL 0" "cpack failed:\n${output}")
 file(GLOB debs ${WORK_DIR}/out/*.deb)

@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -268,25 +267,6 @@ TEST(Output, ConcurrentLinesStayWhole) {
   }
   EXPECT_EQ(seen_a, kLines);
   EXPECT_EQ(seen_tc, kLines);
-}
-
-TEST(Output, ClosedStdoutIsSurvived) {
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  close(fds[0]);
-  void (*old_handler)(int) = std::signal(SIGPIPE, SIG_IGN);
-  const int saved = dup(STDOUT_FILENO);
-  dup2(fds[1], STDOUT_FILENO);
-  write_raw_line("CONNECTED");
-  write_status_line("READY");  // EPIPE: dropped, the queue emptied all the same
-  dup2(saved, STDOUT_FILENO);
-  close(saved);
-  close(fds[1]);
-  std::signal(SIGPIPE, old_handler);
-
-  WriteCapture capture;
-  write_status_line("CLOSED");
-  EXPECT_EQ(capture.writes(), Writes{"CLOSED\n"});
 }
 
 TEST(Output, ExitWritesQueuedRawLines) {

@@ -5,16 +5,11 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstring>
-#include <fstream>
-#include <future>
-#include <iterator>
 #include <string>
 #include <thread>
 #include <vector>
@@ -282,42 +277,6 @@ TEST_F(CommandReaderTest, EndOfFileEndsTheRun) {
     EXPECT_EQ(new_lines(), c.lines);
     EXPECT_FALSE(running.load());
   }
-}
-
-// Waits (with a deadline) until thread `tid` of this process is blocked.
-bool wait_until_asleep(const std::atomic<pid_t>& tid) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (std::chrono::steady_clock::now() < deadline) {
-    if (tid != 0) {
-      std::ifstream stat("/proc/self/task/" + std::to_string(tid) + "/stat");
-      std::string text((std::istreambuf_iterator<char>(stat)), std::istreambuf_iterator<char>());
-      const size_t state = text.rfind(')');
-      if (state != std::string::npos && text.compare(state, 3, ") S") == 0) return true;
-    }
-    std::this_thread::yield();
-  }
-  return false;
-}
-
-// A reader blocked in poll with nothing to read wakes as soon as shutdown is
-// requested, from another thread or a signal handler.
-TEST_F(CommandReaderTest, ShutdownRequestWakesTheReader) {
-  int fds[2];
-  ASSERT_EQ(pipe(fds), 0);
-  reset_run_flag();
-  std::atomic<pid_t> tid{0};
-  auto done = std::async(std::launch::async, [&] {
-    tid = static_cast<pid_t>(syscall(SYS_gettid));
-    read_commands(fds[0], device_.get(), codes_);
-  });
-  EXPECT_TRUE(wait_until_asleep(tid));
-  request_shutdown();
-  const bool woken = done.wait_for(std::chrono::seconds(5)) == std::future_status::ready;
-  close(fds[1]);  // lets a reader that was not woken end by the hang-up
-  done.wait();
-  close(fds[0]);
-  EXPECT_TRUE(woken);
-  EXPECT_EQ(new_lines(), std::vector<std::string>{"END - elixir_handler_stdin"});
 }
 
 TEST_F(CommandReaderTest, ShutdownRequestEndsReaderWithInputPending) {

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 
 #include "base/base.h"
@@ -51,45 +52,97 @@ void CommandGate::release() {
   changed_.notify_one();
 }
 
-CameraDevice::CameraDevice() : command_gate(std::make_unique<CommandGate>(false)) { ack(); }
+int confirm_timeout_from_environment() {
+  const char* text = std::getenv("VK_SONY_CONFIRM_TIMEOUT_MS");
+  if (text == nullptr) return kDefaultConfirmTimeoutMs;
+  long value = 0;
+  bool valid = *text != '\0';
+  for (const char* c = text; valid && *c != '\0'; ++c) {
+    valid = *c >= '0' && *c <= '9';
+    if (valid) value = value * 10 + (*c - '0');
+    if (value > 24L * 3600 * 1000) valid = false;
+  }
+  if (!valid || value == 0) {
+    log_message(std::string("VK_SONY_CONFIRM_TIMEOUT_MS is not a positive decimal integer (\"") + text +
+                "\"); using " + std::to_string(kDefaultConfirmTimeoutMs) + " ms");
+    return kDefaultConfirmTimeoutMs;
+  }
+  return static_cast<int>(value);
+}
+
+CameraDevice::CameraDevice()
+    : confirm_timeout_ms(confirm_timeout_from_environment()),
+      command_gate(std::make_unique<CommandGate>(false)) {}
 
 CameraDevice::~CameraDevice() = default;
 
-void CameraDevice::ack() {
-  if (ack_pending.load() && !ack_suppressed.load()) write_status_line("ACK");
-  ack_pending = false;
+void CameraDevice::write_answer(bool ok) {
+  last_answer_ok_ = ok;
+  if (ack_suppressed.load()) return;
+  if (!ok) log_message("NACK");
+  write_status_line(ok ? "ACK" : "NACK");
 }
 
-void CameraDevice::ack_if(bool flag) {
-  ack_pending = flag;
-  ack();
+bool CameraDevice::resolve(bool ok) {
+  if (!ack_pending.load()) return false;
+  ack_pending = false;
+  awaiting_ = Awaiting::kNothing;
+  write_answer(ok);
+  answer_changed_.notify_all();
+  return true;
+}
+
+void CameraDevice::ack() {
+  std::lock_guard<std::mutex> lock(answer_mutex_);
+  resolve(true);
 }
 
 void CameraDevice::nack() {
-  if (ack_pending.load() && !ack_suppressed.load()) {
-    log_message("NACK");
-    write_status_line("NACK");
-  }
-  ack_pending = false;
-  command_gate->release();
+  std::lock_guard<std::mutex> lock(answer_mutex_);
+  resolve(false);
+}
+
+void CameraDevice::refuse(const std::string& reason) {
+  log_message(reason);
+  std::lock_guard<std::mutex> lock(answer_mutex_);
+  write_answer(false);
+}
+
+void CameraDevice::plain_ack() {
+  std::lock_guard<std::mutex> lock(answer_mutex_);
+  write_answer(true);
 }
 
 void CameraDevice::abort_operations() noexcept {
   try {
-    {
-      std::lock_guard<std::mutex> lock(wait_mutex_);
-      if (aborted_.exchange(true)) return;
-    }
-    wait_changed_.notify_all();
+    if (aborted_.exchange(true)) return;
     command_gate->abort();
-    nack();
+    std::lock_guard<std::mutex> lock(answer_mutex_);
+    // The waiter itself answers when it wakes; this covers a waiter that
+    // is not there (an answer left due by a test or an error path).
+    answer_changed_.notify_all();
   } catch (...) {
   }
 }
 
 bool CameraDevice::pause_ms(int ms) {
-  std::unique_lock<std::mutex> lock(wait_mutex_);
-  return !wait_changed_.wait_for(lock, std::chrono::milliseconds(ms), [this] { return aborted_.load(); });
+  std::unique_lock<std::mutex> lock(answer_mutex_);
+  return !answer_changed_.wait_for(lock, std::chrono::milliseconds(ms < 0 ? 0 : ms),
+                                   [this] { return aborted_.load(); });
+}
+
+bool CameraDevice::enter_gate(const char* operation) {
+  if (command_gate->acquire()) return true;
+  refuse(std::string(operation) + ": not carried out, the run is ending");
+  return false;
+}
+
+bool CameraDevice::cached(uint32_t code, SCRSDK::CrDeviceProperty* out) {
+  std::lock_guard<std::mutex> lock(cache_mutex);
+  const auto found = properties.find(code);
+  if (found == properties.end()) return false;
+  *out = found->second;
+  return true;
 }
 
 void CameraDevice::OnConnected(SCRSDK::DeviceConnectionVersioin version) {
@@ -100,7 +153,7 @@ void CameraDevice::OnConnected(SCRSDK::DeviceConnectionVersioin version) {
     connected = true;
     ready_armed = true;
     connected_once = true;
-    command_gate->release();
+    // The gate opens after the first property batch (property reporting).
   } catch (...) {
   }
 }
@@ -118,15 +171,9 @@ void CameraDevice::OnDisconnected(CrInt32u error) {
   }
 }
 
-void CameraDevice::OnPropertyChanged() {
-  try {
-    if (ack_pending.load() && !quick_ack.load()) {
-      ack();
-      command_gate->release();
-    }
-  } catch (...) {
-  }
-}
+// The batch of codes that follows (OnPropertyChangedCodes) confirms writes;
+// this notice alone answers nothing.
+void CameraDevice::OnPropertyChanged() {}
 
 void CameraDevice::OnLvPropertyChanged() {}
 
@@ -152,12 +199,11 @@ void CameraDevice::OnWarning(CrInt32u warning) {
       report_fatal("OnWarning requests shutdown, status: " + status_text(warning));
     } else if (warning == 0x20028 || warning == 0x20029) {
       // Settings read results: of no interest to the parent.
-    } else if (is_display_string_success(warning)) {
-      ack();
-      command_gate->release();  // display string success
-    } else if (warning == 0x2002C) {
-      nack();
-      command_gate->release();  // display string error; the gate tolerates it
+    } else if (is_display_string_success(warning) || warning == 0x2002C) {
+      // A display-string result answers a menu request that awaits one; the
+      // camera's own display-list changes answer nothing.
+      std::lock_guard<std::mutex> lock(answer_mutex_);
+      if (awaiting_ == Awaiting::kMenu) resolve(warning != 0x2002C);
     } else {
       log_message("OnWarning status: " + status_text(warning));
     }

@@ -9,8 +9,10 @@
 #include <map>
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "CameraRemote_SDK.h"
 #include "IDeviceCallback.h"
@@ -58,9 +60,30 @@ void reset_step_memory();
 
 // ---- CameraDevice ---------------------------------------------------------
 
+// The confirmation deadline when VK_SONY_CONFIRM_TIMEOUT_MS is unset or not a
+// positive decimal integer.
+inline constexpr int kDefaultConfirmTimeoutMs = 3000;
+
+// The confirmation deadline from VK_SONY_CONFIRM_TIMEOUT_MS: a positive
+// decimal integer, else kDefaultConfirmTimeoutMs with a log line saying so.
+int confirm_timeout_from_environment();
+
 // Stands for the connected camera for the whole run. The SDK calls the
-// callbacks on its own threads; the command reader calls the operations.
-// A new device starts with the gate closed; OnConnected opens it.
+// callbacks on its own threads; the command reader calls the operations,
+// one at a time.
+//
+// Answers: every operation writes exactly one "ACK" or "NACK" (unless
+// ack_suppressed is set). A gated operation that awaits the camera (a
+// normal-mode property write, a menu request) records what it awaits under
+// the answer lock and waits for it; whoever resolves it writes the answer
+// once: the property batch that reports the written code ("ACK", after the
+// batch is cached and before its status lines), the menu warning, the
+// deadline ("NACK" and a log line) or abort_operations ("NACK"). The camera's
+// own reports never answer.
+//
+// The gate: a new device starts closed; the first property batch after
+// OnConnected (fetched or not) opens it, so commands that arrive earlier are
+// carried out after it.
 class CameraDevice : public SCRSDK::IDeviceCallback {
  public:
   CameraDevice();
@@ -87,10 +110,10 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   virtual void set_wb(uint64_t kelvin);
   virtual void set_recording(uint64_t value);
 
-  // Acknowledgement primitives: write "ACK" / "NACK" when one is pending and
-  // not suppressed. nack() also releases the gate.
+  // Acknowledgement primitives: resolve the pending answer, if one is due,
+  // with "ACK" / "NACK" (the latter also logged "NACK"), writing nothing when
+  // acknowledgements are suppressed. Neither touches the gate.
   void ack();
-  void ack_if(bool flag);
   void nack();
 
   // Property reporting.
@@ -98,18 +121,22 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   void report_property(uint32_t code);
 
   // Camera operations (command-reader thread). Each ends in exactly one
-  // "ACK" or "NACK" unless acknowledgements are suppressed; gated ones hold
-  // command_gate until their acknowledgement.
+  // "ACK" or "NACK" unless acknowledgements are suppressed; the gated ones
+  // take command_gate and give it back once they have been answered.
   void send_command(uint32_t id, uint32_t param);
   void press_button(uint32_t id, int hold_ms);
+  // Writes `value` to `code` with data type `type` (both taken from
+  // `property` when `code` is 0). The no-change rule compares with the cache
+  // as it is after the gate.
   void set_property(const SCRSDK::CrDeviceProperty& property, uint64_t value, uint32_t code = 0,
                     uint32_t type = 0);
-  // Writes properties[code] (an empty entry when never reported) from text
-  // parsed by the table row. A parser exception propagates to the caller on
-  // purpose. Unsupported codes are logged and answered "NACK".
+  // Writes `code` from text parsed by the table row. Unsupported codes, and
+  // texts the row's parser refuses, are logged and answered "NACK".
   void set_property_from_text(uint32_t code, const std::string& text);
   void set_operation(uint32_t code, int32_t amount);
   void property_button(uint32_t code);
+  // A signed 16-bit step of 0x15B, 0x15E or 0x162; a step outside
+  // -32768..32767 is refused, a step of 0 answered "ACK" without a write.
   void step_property(uint32_t step_code, int32_t step);
   // base_code 0x15D (WB_TINT, steps 0x15E) or 0x161 (SHUTTER_ECS_NUMBER,
   // steps 0x162); any other code is answered "NACK".
@@ -118,6 +145,9 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   void read_timecode();
   void import_lut(const std::string& path, const std::string& slot_text);
   void plain_ack();
+  // Logs `reason` and answers "NACK" (unless suppressed), touching no pending
+  // answer: the refusal of a command that is not carried out.
+  void refuse(const std::string& reason);
 
   // Ends every wait of the device: a taker waiting at the gate, an operation
   // waiting for the camera's confirmation and the timed sleeps (button
@@ -136,10 +166,13 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   std::atomic<bool> ready_armed{false};
   std::atomic<bool> connected{false};
   std::atomic<bool> ready_sent{false};
+  // An awaited answer is due (set and cleared under the answer lock).
   std::atomic<bool> ack_pending{false};
   std::atomic<bool> ack_suppressed{false};
   std::atomic<bool> connected_once{false};
   std::atomic<bool> quick_ack{false};
+  // How long a write or menu request waits for the camera, in ms.
+  std::atomic<int> confirm_timeout_ms{kDefaultConfirmTimeoutMs};
   std::unique_ptr<CommandGate> command_gate;
   std::mutex cache_mutex;
 
@@ -147,11 +180,43 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   // Sleeps `ms` milliseconds unless the operations are aborted first; false
   // when aborted.
   bool pause_ms(int ms);
+  // Takes the gate; when aborted answers "NACK" and returns false.
+  bool enter_gate(const char* operation);
+  // The cached record of `code`; false when the camera never reported it.
+  bool cached(uint32_t code, SCRSDK::CrDeviceProperty* out);
+  // The write behind every property operation: true when answered "ACK".
+  // `step` marks the signed step properties; a `type` of 0 is taken from the
+  // cached record once the gate is held.
+  bool write_property(uint32_t code, uint64_t value, uint32_t type, bool step);
 
  private:
+  enum class Awaiting { kNothing, kProperty, kMenu };
+
+  // Writes the answer line of a resolved command. Caller holds answer_mutex_.
+  void write_answer(bool ok);
+  // Resolves the pending answer if it is still due. Caller holds
+  // answer_mutex_.
+  bool resolve(bool ok);
+  // Waits for the pending answer until the deadline or abort; answers "NACK"
+  // itself when it is still due then. True when answered "ACK".
+  bool await_answer(const char* what, uint32_t code);
+  // Writes the status lines held back while a quick-ack write was in flight.
+  // Caller holds answer_mutex_.
+  void flush_held_reports();
+  void report_cached(uint32_t code);
+
   std::atomic<bool> aborted_{false};
-  std::mutex wait_mutex_;
-  std::condition_variable wait_changed_;
+  std::atomic<bool> first_batch_seen_{false};
+  std::mutex answer_mutex_;
+  std::condition_variable answer_changed_;
+  Awaiting awaiting_ = Awaiting::kNothing;  // GUARDED_BY(answer_mutex_)
+  uint32_t awaited_codes_[2] = {0, 0};      // GUARDED_BY(answer_mutex_)
+  bool last_answer_ok_ = false;             // GUARDED_BY(answer_mutex_)
+  bool quick_in_flight_ = false;            // GUARDED_BY(answer_mutex_)
+  std::vector<uint32_t> held_codes_;        // GUARDED_BY(answer_mutex_)
+  // Codes whose cached value may be out of date (a fetch failed, or a write
+  // went unconfirmed): the no-change rule does not trust them.
+  std::set<uint32_t> stale_codes_;  // GUARDED_BY(cache_mutex)
 };
 
 class CameraDeviceUSB : public CameraDevice {

@@ -14,8 +14,8 @@
 #include <vector>
 
 #include "CameraRemote_SDK.h"
-#include "device/camera_device.h"
 #include "base/base.h"
+#include "device/camera_device.h"
 #include "sim/sim_control.h"
 #include "tests/support/stdout_capture.h"
 #include "tests/support/temp_dir.h"

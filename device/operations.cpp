@@ -1,8 +1,11 @@
 // Camera operations driven by the parent's commands: property writes,
 // buttons, stepping adjustments, recording, menu, time code and LUT import.
+#include <algorithm>
 #include <chrono>
+#include <condition_variable>
 #include <cstdint>
 #include <cstdio>
+#include <exception>
 #include <map>
 #include <mutex>
 #include <string>
@@ -28,6 +31,14 @@ constexpr uint32_t kTypeUInt16Array = 0x2002;
 constexpr uint32_t kTypeInt16Range = 0x5002;
 constexpr int64_t kMemoryRefreshNs = 2'000'000'000;
 constexpr int32_t kMaxWbStep = 30;
+// Colour-temperature steps of 30 sent for one WB target at most: more than
+// any camera's range needs (a 100 K step over 1,000 to 100,000 K).
+constexpr int64_t kMaxWbStepRounds = 33;
+// Above this the step scale leaves the range where it means anything.
+constexpr uint64_t kMaxKelvin = 100'000;
+constexpr uint32_t kTypeStr = 0xFFFF;
+constexpr uint32_t kRangeBit = 0x4000;
+constexpr uint32_t kSignBit = 0x1000;
 
 int64_t wall_clock_ns() {
   return std::chrono::duration_cast<std::chrono::nanoseconds>(
@@ -73,6 +84,48 @@ int64_t wb_scale(double kelvin, uint32_t model) {
                               580.9403643885);
 }
 
+// The property whose value a step property moves, or 0.
+uint32_t stepped_base(uint32_t step_code) {
+  switch (step_code) {
+    case kColorTempStepCode:
+      return kWbCode;
+    case kWbTintStepCode:
+      return kWbTintCode;
+    case kShutterEcsNumberStepCode:
+      return kShutterEcsNumberCode;
+    default:
+      return 0;
+  }
+}
+
+// `value` read as the signed or unsigned number of its data type.
+int64_t typed_value(uint64_t value, uint32_t type) {
+  const size_t width = element_width(type);
+  if (width == 0 || width >= 8) return static_cast<int64_t>(value);
+  const unsigned bits = static_cast<unsigned>(width * 8);
+  const uint64_t mask = (uint64_t{1} << bits) - 1;
+  const uint64_t low = value & mask;
+  if ((type & kSignBit) != 0 && (low >> (bits - 1)) != 0) return static_cast<int64_t>(low | ~mask);
+  return static_cast<int64_t>(low);
+}
+
+// The minimum and maximum of a property that reports a range; false when it
+// reports none.
+bool value_range(const SCRSDK::CrDeviceProperty& property, int64_t* low, int64_t* high) {
+  const uint32_t type = property.GetValueType();
+  if ((type & kRangeBit) == 0 || type == kTypeStr) return false;
+  const size_t width = element_width(type);
+  const CrInt8u* values = property.GetValues();
+  if (width == 0 || width > 8 || values == nullptr || property.GetValueSize() < 2 * width) return false;
+  uint64_t raw[2] = {0, 0};
+  for (size_t n = 0; n < 2; ++n) {
+    for (size_t b = 0; b < width; ++b) raw[n] |= static_cast<uint64_t>(values[n * width + b]) << (8 * b);
+  }
+  *low = typed_value(raw[0], type);
+  *high = typed_value(raw[1], type);
+  return *low <= *high;
+}
+
 }  // namespace
 
 void set_step_clock(StepClockFn clock) {
@@ -85,76 +138,164 @@ void reset_step_memory() {
   step_memory.clear();
 }
 
-void CameraDevice::send_command(uint32_t id, uint32_t param) {
-  if (!command_gate->acquire()) {
-    ack_pending = true;
-    nack();
-    return;
+bool CameraDevice::await_answer(const char* what, uint32_t code) {
+  std::unique_lock<std::mutex> lock(answer_mutex_);
+  const auto deadline =
+      std::chrono::steady_clock::now() + std::chrono::milliseconds(confirm_timeout_ms.load());
+  answer_changed_.wait_until(lock, deadline, [this] { return !ack_pending.load() || aborted_.load(); });
+  if (!ack_pending.load()) return last_answer_ok_;
+  const bool property = awaiting_ == Awaiting::kProperty;
+  if (aborted_.load()) {
+    log_message(std::string(what) + ": no answer from the camera before the run ended");
+  } else {
+    log_message(std::string(what) + ": the camera did not confirm within " +
+                std::to_string(confirm_timeout_ms.load()) + " ms");
   }
-  ack_pending = true;
+  if (property) {
+    // The camera may yet have taken the write: do not trust the cache.
+    std::lock_guard<std::mutex> cache_lock(cache_mutex);
+    stale_codes_.insert(code);
+    const uint32_t base = stepped_base(code);
+    if (base != 0) stale_codes_.insert(base);
+  }
+  resolve(false);
+  return false;
+}
+
+void CameraDevice::send_command(uint32_t id, uint32_t param) {
+  if (!enter_gate("sendCommand")) return;
   (void)SCRSDK::SendCommand(device_handle, id, static_cast<SCRSDK::CrCommandParam>(param));
-  ack();
+  plain_ack();
   command_gate->release();
 }
 
 void CameraDevice::press_button(uint32_t id, int hold_ms) {
   (void)SCRSDK::SendCommand(device_handle, id, SCRSDK::CrCommandParam_Down);
-  if (hold_ms != 0) pause_ms(hold_ms);
+  const bool held = hold_ms == 0 || pause_ms(hold_ms);
+  // The button is let go whatever happens.
   (void)SCRSDK::SendCommand(device_handle, id, SCRSDK::CrCommandParam_Up);
-  ack_if(true);
+  if (held) {
+    plain_ack();
+  } else {
+    refuse("pressButton: hold cut short, the run is ending");
+  }
 }
 
-void CameraDevice::set_property(const SCRSDK::CrDeviceProperty& property, uint64_t value, uint32_t code,
-                                uint32_t type) {
-  if (!command_gate->acquire()) {
-    ack_pending = true;
-    nack();
-    return;
+bool CameraDevice::write_property(uint32_t code, uint64_t value, uint32_t type, bool step) {
+  if (!enter_gate("setProperty")) return false;
+  struct GateRelease {
+    CommandGate* gate;
+    ~GateRelease() { gate->release(); }
+  } release{command_gate.get()};
+
+  const std::string what = "setProperty " + std::to_string(code);
+  SCRSDK::CrDeviceProperty record;
+  const bool known = cached(code, &record);
+  bool stale = false;
+  {
+    std::lock_guard<std::mutex> lock(cache_mutex);
+    stale = stale_codes_.count(code) != 0;
   }
-  ack_pending = true;
-  const uint64_t current = property.GetCurrentValue();
-  if (code == 0) {
-    code = property.GetCode();
-    type = property.GetValueType();
+  if (known && record.GetValueType() == kTypeStr) {
+    refuse(what + ": refused, a text property");
+    return false;
   }
+  if (known && !record.IsSetEnableCurrentValue()) {
+    refuse(what + ": refused, the camera reports it read-only");
+    return false;
+  }
+  if (type == 0) type = known ? static_cast<uint32_t>(record.GetValueType()) : (step ? kTypeInt16Range : 0);
   const PropertyInfo* row = find_property(code);
   const bool always_send = row != nullptr && row->alwaysSend;
-  if (value == current && !always_send && !quick_ack.load()) {
-    ack();
-    command_gate->release();
-    return;
+  if (step) {
+    const int64_t amount = static_cast<int64_t>(value);
+    if (amount < -32768 || amount > 32767) {
+      refuse(what + ": refused, step " + std::to_string(amount) + " outside -32768..32767");
+      return false;
+    }
+    if (amount == 0) {
+      plain_ack();
+      return true;
+    }
+    SCRSDK::CrDeviceProperty base;
+    int64_t low = 0;
+    int64_t high = 0;
+    if (cached(stepped_base(code), &base) && value_range(base, &low, &high)) {
+      const int64_t now = typed_value(base.GetCurrentValue(), base.GetValueType());
+      if ((amount > 0 && now >= high) || (amount < 0 && now <= low)) {
+        refuse(what + ": refused, already at the end of the range");
+        return false;
+      }
+    }
+  } else if (value == (known ? record.GetCurrentValue() : 0) && !always_send && !quick_ack.load() && !stale) {
+    // No change: nothing is sent.
+    plain_ack();
+    return true;
   }
+
   SCRSDK::CrDeviceProperty request;
   request.SetCode(code);
   request.SetCurrentValue(value);
   request.SetValueType(static_cast<SCRSDK::CrDataType>(type));
-  if (SCRSDK::SetDeviceProperty(device_handle, &request) != 0) {
-    nack();
-    command_gate->release();  // deliberately a second time; the gate tolerates it
-    return;
-  }
+
   if (quick_ack.load()) {
-    ack();
-    command_gate->release();
+    {
+      std::lock_guard<std::mutex> lock(answer_mutex_);
+      quick_in_flight_ = true;
+    }
+    const bool accepted = SCRSDK::SetDeviceProperty(device_handle, &request) == 0;
+    std::lock_guard<std::mutex> lock(answer_mutex_);
+    quick_in_flight_ = false;
+    write_answer(accepted);
+    flush_held_reports();
+    return accepted;
   }
-  // Otherwise OnPropertyChanged acknowledges and opens the gate.
+
+  {
+    std::lock_guard<std::mutex> lock(answer_mutex_);
+    awaiting_ = Awaiting::kProperty;
+    awaited_codes_[0] = code;
+    awaited_codes_[1] = step ? stepped_base(code) : code;
+    ack_pending = true;
+  }
+  if (SCRSDK::SetDeviceProperty(device_handle, &request) != 0) {
+    std::lock_guard<std::mutex> lock(answer_mutex_);
+    if (ack_pending.load()) {
+      log_message(what + ": the camera refused the write");
+      resolve(false);
+      return false;
+    }
+    return last_answer_ok_;
+  }
+  return await_answer(what.c_str(), code);
+}
+
+void CameraDevice::set_property(const SCRSDK::CrDeviceProperty& property, uint64_t value, uint32_t code,
+                                uint32_t type) {
+  if (code == 0) {
+    code = property.GetCode();
+    type = property.GetValueType();
+  }
+  (void)write_property(code, value, type, false);
 }
 
 void CameraDevice::set_property_from_text(uint32_t code, const std::string& text) {
   const PropertyInfo* row = find_property(code);
   if (row == nullptr || row->fromText == nullptr) {
-    log_message("setProperty: Unsupported property code: " + std::to_string(code));
-    ack_pending = true;
-    nack();
+    refuse("setProperty: Unsupported property code: " + std::to_string(code));
     return;
   }
-  SCRSDK::CrDeviceProperty property;
-  {
-    std::lock_guard<std::mutex> lock(cache_mutex);
-    property = properties[code];
+  uint64_t value = 0;
+  try {
+    value = row->fromText(text);
+  } catch (const std::exception& e) {
+    refuse("set " + row->name + " " + text + ": refused, not a value of " + row->name + " (" + e.what() +
+           ")");
+    return;
   }
-  const uint64_t value = row->fromText(text);  // may throw: ends the process by design
-  set_property(property, value, 0, 0);
+  const bool step = stepped_base(code) != 0;
+  // The data type comes from the cache as it is after the gate.
+  (void)write_property(code, value, 0, step);
 }
 
 void CameraDevice::set_operation(uint32_t code, int32_t amount) {
@@ -162,18 +303,12 @@ void CameraDevice::set_operation(uint32_t code, int32_t amount) {
   request.SetCode(code);
   request.SetCurrentValue(static_cast<uint64_t>(static_cast<int64_t>(amount)));
   request.SetValueType(static_cast<SCRSDK::CrDataType>(kTypeInt8));
-  if (!command_gate->acquire()) {
-    ack_pending = true;
-    nack();
-    return;
-  }
-  ack_pending = true;
+  if (!enter_gate("setOperation")) return;
   if (SCRSDK::SetDeviceProperty(device_handle, &request) != 0) {
-    nack();
-    command_gate->release();
-    return;
+    refuse("setOperation " + std::to_string(code) + ": the camera refused the write");
+  } else {
+    plain_ack();
   }
-  ack();
   command_gate->release();
 }
 
@@ -184,44 +319,36 @@ void CameraDevice::property_button(uint32_t code) {
   } else if (code == kPushAutoFocusCode) {
     hold_ms = 2000;
   } else {
-    log_message("propertyButton: Unsupported property code: " + std::to_string(code));
-    ack_pending = true;
-    nack();
+    refuse("propertyButton: Unsupported property code: " + std::to_string(code));
     return;
   }
   SCRSDK::CrDeviceProperty request;
   request.SetCode(code);
   request.SetValueType(static_cast<SCRSDK::CrDataType>(kTypeUInt16Array));
-  if (!command_gate->acquire()) {
-    ack_pending = true;
-    nack();
-    return;
-  }
-  ack_pending = true;
+  if (!enter_gate("propertyButton")) return;
+  // The camera's reports of the button's state answer nothing: the press is
+  // answered here, once.
   request.SetCurrentValue(1);
   if (SCRSDK::SetDeviceProperty(device_handle, &request) != 0) {
-    nack();
+    refuse("propertyButton " + std::to_string(code) + ": the camera refused the press");
     command_gate->release();
     return;
   }
-  pause_ms(hold_ms);
+  const bool held = pause_ms(hold_ms);
   request.SetCurrentValue(2);
-  if (SCRSDK::SetDeviceProperty(device_handle, &request) != 0) {
-    nack();
-    command_gate->release();
-    return;
+  const bool released = SCRSDK::SetDeviceProperty(device_handle, &request) == 0;
+  if (!released) {
+    refuse("propertyButton " + std::to_string(code) + ": the camera refused the release");
+  } else if (!held) {
+    refuse("propertyButton " + std::to_string(code) + ": hold cut short, the run is ending");
+  } else {
+    plain_ack();
   }
-  ack_if(true);
   command_gate->release();
 }
 
 void CameraDevice::step_property(uint32_t step_code, int32_t step) {
-  SCRSDK::CrDeviceProperty property;
-  {
-    std::lock_guard<std::mutex> lock(cache_mutex);
-    property = properties[step_code];
-  }
-  set_property(property, static_cast<uint64_t>(static_cast<int64_t>(step)), step_code, kTypeInt16Range);
+  (void)write_property(step_code, static_cast<uint64_t>(static_cast<int64_t>(step)), kTypeInt16Range, true);
 }
 
 void CameraDevice::set_absolute_by_steps(uint32_t base_code, int32_t target) {
@@ -231,29 +358,50 @@ void CameraDevice::set_absolute_by_steps(uint32_t base_code, int32_t target) {
   } else if (base_code == kShutterEcsNumberCode) {
     step_code = kShutterEcsNumberStepCode;
   } else {
-    log_message("setAbsoluteBySteps: Unsupported property code: " + std::to_string(base_code));
-    ack_pending = true;
-    nack();
+    refuse("setAbsoluteBySteps: Unsupported property code: " + std::to_string(base_code));
     return;
   }
-  uint64_t cached = 0;
-  {
-    std::lock_guard<std::mutex> lock(cache_mutex);
-    cached = properties[base_code].GetCurrentValue();
+  SCRSDK::CrDeviceProperty base_record;
+  const bool known = cached(base_code, &base_record);
+  const int64_t wanted = target;
+  int64_t low = 0;
+  int64_t high = 0;
+  if (known && value_range(base_record, &low, &high) && (wanted < low || wanted > high)) {
+    refuse("setAbsoluteBySteps " + std::to_string(base_code) + ": refused, target " + std::to_string(target) +
+           " outside the camera's range " + std::to_string(low) + ".." + std::to_string(high));
+    return;
   }
-  const uint64_t base = step_base(base_code, cached);
-  remember_target(base_code, static_cast<uint64_t>(static_cast<int64_t>(target)));
-  step_property(step_code, static_cast<int32_t>(static_cast<int64_t>(target) - static_cast<int64_t>(base)));
+  const uint64_t base = step_base(base_code, known ? base_record.GetCurrentValue() : 0);
+  // The remembered target and the cached value, as signed numbers of the
+  // property's type.
+  const int64_t step =
+      wanted - typed_value(base, known ? static_cast<uint32_t>(base_record.GetValueType()) : 0u);
+  if (step < -32768 || step > 32767) {
+    refuse("setAbsoluteBySteps " + std::to_string(base_code) + ": refused, target " + std::to_string(target) +
+           " is more than a 16-bit step away");
+    return;
+  }
+  remember_target(base_code, static_cast<uint64_t>(wanted));
+  step_property(step_code, static_cast<int32_t>(step));
 }
 
 void CameraDevice::request_menu() {
-  ack_pending = true;
-  if (!command_gate->acquire()) {
-    nack();
-    return;
+  if (!enter_gate("requestMenu")) return;
+  {
+    std::lock_guard<std::mutex> lock(answer_mutex_);
+    awaiting_ = Awaiting::kMenu;
+    ack_pending = true;
   }
-  if (SCRSDK::RequestDisplayStringList(device_handle, SCRSDK::CrDisplayStringType_AllList) != 0) nack();
-  // On success OnWarning answers and opens the gate.
+  if (SCRSDK::RequestDisplayStringList(device_handle, SCRSDK::CrDisplayStringType_AllList) != 0) {
+    std::lock_guard<std::mutex> lock(answer_mutex_);
+    if (ack_pending.load()) {
+      log_message("requestMenu: the camera refused the request");
+      resolve(false);
+    }
+  } else {
+    (void)await_answer("requestMenu", 0);
+  }
+  command_gate->release();
 }
 
 void CameraDevice::read_timecode() {
@@ -285,45 +433,39 @@ void CameraDevice::import_lut(const std::string& path, const std::string& slot_t
   name.push_back(0);
   const auto result =
       SCRSDK::ImportLUTFile(device_handle, name.data(), static_cast<SCRSDK::CrBaseLookNumber>(slot));
-  ack_pending = true;
   if (result != 0) {
-    nack();
+    refuse("importLUT: the camera refused " + path);
   } else {
-    ack();
+    plain_ack();
   }
 }
 
-void CameraDevice::plain_ack() { ack_if(true); }
-
-void CameraDeviceUSB::set_wb(uint64_t kelvin) {
-  SCRSDK::CrDeviceProperty property;
-  {
-    std::lock_guard<std::mutex> lock(cache_mutex);
-    property = properties[kWbCode];
-  }
-  set_property(property, kelvin, 0, 0);
-}
+void CameraDeviceUSB::set_wb(uint64_t kelvin) { (void)write_property(kWbCode, kelvin, 0, false); }
 
 void CameraDeviceUSB::set_recording(uint64_t value) {
   if (value == 1 || value == 0) {
     send_command(1, static_cast<uint32_t>(value));
   } else {
-    ack_pending = true;
-    nack();
+    refuse("setRecording: Unsupported value " + std::to_string(value));
   }
 }
 
 void CameraDeviceIP::set_wb(uint64_t kelvin) {
   SCRSDK::CrDeviceProperty property;
-  {
-    std::lock_guard<std::mutex> lock(cache_mutex);
-    property = properties[kWbCode];
-  }
+  const bool known = cached(kWbCode, &property);
   if (!is_stepping_ip_model(model)) {
-    set_property(property, kelvin, 0, 0);
+    (void)write_property(kWbCode, kelvin, 0, false);
     return;
   }
-  const uint64_t base = step_base(kWbCode, property.GetCurrentValue());
+  // The target within what the camera can reach.
+  int64_t low = 0;
+  int64_t high = 0;
+  if (known && value_range(property, &low, &high)) {
+    const int64_t wanted = static_cast<int64_t>(std::min<uint64_t>(kelvin, kMaxKelvin));
+    kelvin = static_cast<uint64_t>(std::clamp(wanted, low, high));
+  }
+  kelvin = std::min(kelvin, kMaxKelvin);
+  const uint64_t base = std::min(step_base(kWbCode, property.GetCurrentValue()), kMaxKelvin);
   const size_t width = element_width(property.GetValueType());
   const CrInt8u* values = property.GetValues();
   const size_t size = property.GetValueSize();
@@ -334,19 +476,26 @@ void CameraDeviceIP::set_wb(uint64_t kelvin) {
   } else {
     steps = wb_scale(static_cast<double>(kelvin), model) - wb_scale(static_cast<double>(base), model);
   }
-  // Only the last step is acknowledged to the parent.
+  steps = std::clamp(steps, -kMaxWbStep * kMaxWbStepRounds, kMaxWbStep * kMaxWbStepRounds);
+  // Only the last step is answered to the parent.
   ack_suppressed = true;
   bool stepped = false;
-  while (steps > kMaxWbStep || steps < -kMaxWbStep) {
+  bool carried_on = true;
+  while (carried_on && (steps > kMaxWbStep || steps < -kMaxWbStep)) {
     const int32_t step = steps > 0 ? kMaxWbStep : -kMaxWbStep;
-    step_property(kColorTempStepCode, step);
+    carried_on = write_property(kColorTempStepCode, static_cast<uint64_t>(static_cast<int64_t>(step)),
+                                kTypeInt16Range, true);
     steps -= step;
-    if (!pause_ms(100)) break;
+    carried_on = pause_ms(100) && carried_on;
     stepped = true;
   }
-  if (!stepped) pause_ms(100);
+  if (carried_on && !stepped) carried_on = pause_ms(100);
   remember_target(kWbCode, kelvin);
   ack_suppressed = false;
+  if (!carried_on) {
+    refuse("setWB " + std::to_string(kelvin) + ": stepping stopped early");
+    return;
+  }
   step_property(kColorTempStepCode, static_cast<int32_t>(steps));
 }
 
@@ -355,16 +504,19 @@ void CameraDeviceIP::set_recording(uint64_t value) {
     if (value == 1 || value == 0) {
       send_command(1, static_cast<uint32_t>(value));
     } else {
-      ack_pending = true;
-      nack();
+      refuse("setRecording: Unsupported value " + std::to_string(value));
     }
     return;
   }
   // These models toggle recording with a press and release of one button.
-  ack_suppressed = true;
-  send_command(11, 0);
-  pause_ms(100);
-  send_command(11, 1);
-  ack_suppressed = false;
-  ack_if(true);
+  if (!enter_gate("setRecording")) return;
+  (void)SCRSDK::SendCommand(device_handle, 11, static_cast<SCRSDK::CrCommandParam>(0));
+  const bool held = pause_ms(100);
+  (void)SCRSDK::SendCommand(device_handle, 11, static_cast<SCRSDK::CrCommandParam>(1));
+  if (held) {
+    plain_ack();
+  } else {
+    refuse("setRecording: toggle cut short, the run is ending");
+  }
+  command_gate->release();
 }

@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -75,6 +77,89 @@ TEST_F(CameraDeviceTest, RefusalsAnswerNackAndLeaveTheGateOpen) {
   EXPECT_EQ("ACK", capture_->lines().back());
 }
 
+// What the camera could not carry out, or would take without confirming, is
+// refused with one "NACK" and never sent; a step of 0 changes nothing.
+TEST_F(CameraDeviceTest, WritesTheCameraCannotTakeAreRefusedWithoutSending) {
+  connect_usb(std::string(kUsbFx6Scenario) +
+              "property 0x729 UInt32 800 ro 400 800\n"
+              "property 0x765 STR \"FE 24-70mm\" rw\n"
+              "property 0x161 UInt16Range 10 rw 0 10 1\n");
+  ASSERT_TRUE(sim::fire("notify 0x729 0x765 0x161"));  // the handle is surely set now
+  ASSERT_TRUE(sim::wait_idle());
+  struct Case {
+    const char* what;
+    std::function<void()> run;
+    const char* answer;
+  };
+  const Case cases[] = {
+      {"read-only", [&] { device_->set_property_from_text(0x729, "400"); }, "NACK"},
+      {"text", [&] { device_->set_property_from_text(0x765, "1"); }, "NACK"},
+      {"unknown map word", [&] { device_->set_property_from_text(0x104, "AUTO\r"); }, "NACK"},
+      {"step past the range", [&] { device_->step_property(0x162, 1); }, "NACK"},
+      {"step beyond 16 bits", [&] { device_->step_property(0x15E, -32769); }, "NACK"},
+      {"generic step beyond 16 bits", [&] { device_->set_property_from_text(0x15E, "-2147483648"); }, "NACK"},
+      {"absolute target outside the range", [&] { device_->set_absolute_by_steps(0x161, 11); }, "NACK"},
+      {"step of 0", [&] { device_->step_property(0x15E, 0); }, "ACK"},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    sim::clear_trace();
+    const size_t before = capture_->lines().size();
+    c.run();
+    const std::vector<std::string> lines = capture_->lines();
+    EXPECT_EQ(std::vector<std::string>(lines.begin() + static_cast<std::ptrdiff_t>(before), lines.end()),
+              std::vector<std::string>{c.answer});
+    EXPECT_TRUE(traced("SetDeviceProperty").empty());
+  }
+}
+
+// The deadline answers "NACK" once; the late confirmation then updates the
+// status but answers nothing, and the gate is open again.
+TEST_F(CameraDeviceTest, DeadlineAnswersNackAndALateConfirmationNothing) {
+  connect_usb(std::string(kUsbFx6Scenario) + "confirm 300\n");
+  device_->confirm_timeout_ms = 30;
+  device_->set_property_from_text(0x104, "800");
+  EXPECT_EQ("NACK", capture_->lines().back());
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
+  while (count_prefix(capture_->lines(), "status ISO 800 ") == 0 &&
+         std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
+  ASSERT_EQ(1, count_prefix(capture_->lines(), "status ISO 800 "));
+  EXPECT_EQ(0, count_line(capture_->lines(), "ACK"));
+  device_->confirm_timeout_ms = 3000;
+  device_->set_property_from_text(0x104, "200");
+  EXPECT_EQ(1, count_line(capture_->lines(), "ACK"));
+  EXPECT_EQ(1, count_line(capture_->lines(), "NACK"));
+}
+
+// Normal mode: the batch that reports the written code is cached, then
+// answered, then reported. Quick mode: the "ACK" precedes the status line
+// the write caused, however fast the camera reports.
+TEST_F(CameraDeviceTest, AckPrecedesTheStatusLineTheWriteCaused) {
+  for (bool quick : {false, true}) {
+    SCOPED_TRACE(quick ? "quick" : "normal");
+    disconnect_all();
+    connect_usb(std::string(kUsbFx6Scenario) + "confirm 0\n", 10, quick);
+    const size_t first = capture_->lines().size();
+    for (int i = 0; i < 20; ++i) device_->set_property_from_text(0x104, i % 2 == 0 ? "800" : "400");
+    ASSERT_TRUE(sim::wait_idle());
+    int acks = 0;
+    int reports = 0;
+    const std::vector<std::string> lines = capture_->lines();
+    for (size_t i = first; i < lines.size(); ++i) {
+      const std::string& line = lines[i];
+      acks += line == "ACK" ? 1 : 0;
+      if (line.rfind("status ISO ", 0) == 0) {
+        ++reports;
+        EXPECT_LE(reports, acks) << "a status line came before the ACK of its write";
+      }
+    }
+    EXPECT_EQ(20, acks);
+    EXPECT_EQ(20, reports);
+  }
+}
+
 TEST_F(CameraDeviceTest, PropertyButtonPressesAndReleases) {
   connect_usb(std::string(kUsbFx6Scenario) + "property 0x183 UInt16Array 1 rw\n");
   sim::clear_trace();
@@ -85,6 +170,8 @@ TEST_F(CameraDeviceTest, PropertyButtonPressesAndReleases) {
   ASSERT_EQ(2u, writes.size());
   EXPECT_EQ(0u, writes[0].rfind(set_line("0x183", "1") + "type=0x2002", 0));
   EXPECT_EQ(0u, writes[1].rfind(set_line("0x183", "2") + "type=0x2002", 0));
+  // The camera's reports of the button's state add no answer of their own.
+  ASSERT_TRUE(sim::wait_idle());
   EXPECT_EQ(1, count_line(capture_->lines(), "ACK"));
 }
 
@@ -103,8 +190,12 @@ TEST_F(CameraDeviceTest, WbStepsOnSteppingIpModel) {
       {"property 0x115 UInt16Range 9800 rw 2000 15000 100\n",
        3200,
        {"18446744073709551586", "18446744073709551586", "18446744073709551610"}},
-      // Nothing to step still waits once and sends the final step.
-      {"property 0x115 UInt16Range 3200 rw 2000 15000 100\n", 3250, {"0"}},
+      // Nothing to step still waits once; a final step of 0 is not sent.
+      {"property 0x115 UInt16Range 3200 rw 2000 15000 100\n", 3250, {}},
+      // A target past the range is clamped to it: 118 steps to 15000 K.
+      {"property 0x115 UInt16Range 3200 rw 2000 15000 100\n", 2147483647, {"30", "30", "30", "28"}},
+      // Without a range the number of steps is capped (33 rounds of 30).
+      {"property 0x115 UInt16 3200 rw\n", 18446744073709551615ull, std::vector<std::string>(33, "30")},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.kelvin);

@@ -1,7 +1,9 @@
 // Property reporting: fetching changed properties from the camera, caching
 // them and writing their status lines.
 #include <cstdint>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "CameraRemote_SDK.h"
 #include "base/base.h"
@@ -25,14 +27,47 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
     SCRSDK::CrDeviceProperty* list = nullptr;
     CrInt32 count = 0;
     if (SCRSDK::GetSelectDeviceProperties(device_handle, num, codes, &list, &count) != 0) {
+      {
+        // The camera changed these, but the cache cannot follow.
+        std::lock_guard<std::mutex> lock(cache_mutex);
+        for (CrInt32u i = 0; codes != nullptr && i < num; ++i) stale_codes_.insert(codes[i]);
+      }
       write_raw_line("get prop failed");
+      if (connected_once.load() && !first_batch_seen_.exchange(true)) command_gate->release();
       return;
     }
-    for (CrInt32 i = 0; i < count; ++i) store_and_report(list[i]);
+    std::vector<uint32_t> reported;
+    {
+      std::lock_guard<std::mutex> lock(cache_mutex);
+      for (CrInt32 i = 0; list != nullptr && i < count; ++i) {
+        const CrInt32u code = list[i].GetCode();
+        properties[code] = list[i];
+        stale_codes_.erase(code);
+        reported.push_back(code);
+      }
+    }
+    {
+      std::lock_guard<std::mutex> lock(answer_mutex_);
+      if (awaiting_ == Awaiting::kProperty && !quick_in_flight_) {
+        for (CrInt32u i = 0; codes != nullptr && i < num; ++i) {
+          if (codes[i] == awaited_codes_[0] || codes[i] == awaited_codes_[1]) {
+            resolve(true);
+            break;
+          }
+        }
+      }
+      if (quick_in_flight_) {
+        // The "ACK" of the quick-acknowledged write comes first.
+        held_codes_.insert(held_codes_.end(), reported.begin(), reported.end());
+      } else {
+        for (uint32_t code : reported) report_cached(code);
+      }
+    }
     if (ready_armed.load() && !ready_sent.load()) {
       write_status_line("READY");
       ready_sent = true;
     }
+    if (connected_once.load() && !first_batch_seen_.exchange(true)) command_gate->release();
     if (SCRSDK::ReleaseDeviceProperties(device_handle, list) != 0) write_raw_line("release prop failed");
   } catch (...) {
   }
@@ -66,11 +101,25 @@ void CameraDevice::store_and_report(const SCRSDK::CrDeviceProperty& property) {
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
     properties[code] = property;
+    stale_codes_.erase(code);
   }
   report_property(code);
 }
 
 void CameraDevice::report_property(uint32_t code) {
+  // Under the answer lock, so that the line keeps its place among the lines
+  // of the property batches.
+  std::lock_guard<std::mutex> lock(answer_mutex_);
+  report_cached(code);
+}
+
+void CameraDevice::flush_held_reports() {
+  std::vector<uint32_t> held;
+  held.swap(held_codes_);
+  for (uint32_t code : held) report_cached(code);
+}
+
+void CameraDevice::report_cached(uint32_t code) {
   const PropertyInfo* row = find_property(code);
   const bool black_level_alias = (model == 20 || model == 21) && code == kBlackLevelCode;
   if (!black_level_alias && row == nullptr) {
@@ -82,7 +131,8 @@ void CameraDevice::report_property(uint32_t code) {
   SCRSDK::CrDeviceProperty property;
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
-    property = properties[code];
+    const auto found = properties.find(code);
+    if (found != properties.end()) property = found->second;
   }
   if (black_level_alias) {
     // These models carry their black level under 0x2AC; the parent knows

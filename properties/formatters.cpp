@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <sstream>
+#include <stdexcept>
 
 #include "properties/target_numbers.h"
 
@@ -86,7 +87,7 @@ uint64_t parseDecimal(const std::string& text) {
 uint64_t parseButtonState(const std::string& text) {
   if (text == "UP") return 1;
   if (text == "DOWN") return 2;
-  return 0;
+  throw std::invalid_argument("not a word of the map");
 }
 
 bool acceptAll(uint64_t /*value*/) { return false; }

@@ -20,7 +20,7 @@ std::string formatButtonState(uint64_t value);
 // stoi semantics, sign-extended to 64 bits; raises std::invalid_argument /
 // std::out_of_range naming "stoi".
 uint64_t parseDecimal(const std::string& text);
-// Exactly "UP" 1, exactly "DOWN" 2, anything else 0.
+// Exactly "UP" 1, exactly "DOWN" 2; anything else raises std::invalid_argument.
 uint64_t parseButtonState(const std::string& text);
 // Keeps every candidate.
 bool acceptAll(uint64_t value);

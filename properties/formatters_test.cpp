@@ -103,12 +103,6 @@ TEST(Formatters, TextsParseToTheSdkValue) {
   const TextCase cases[] = {
       {"EXPOSURE_INDEX", static_cast<uint64_t>(-3), "-3"},
       {"EXPOSURE_INDEX", 12, "12abc"},
-      {"B1", 0, "up"},
-      {"WB_MODE", 0, "awb"},
-      {"WB_MODE", 0, "ColorTemp "},  // no trimming
-      {"PP_GAMMA", 0, "SCinetone"},
-      {"OSD_IMAGE_MODE", 0, "ON"},
-      {"EXPOSURE_MODE", 0, "Manual"},
       {"GAIN_UNIT_SETTING", 2, "2"},  // numeric, not the map
       // measured quantities
       {"EXPOSURE_BIAS", 65236, "65236"},
@@ -141,7 +135,7 @@ TEST(Formatters, TextsParseToTheSdkValue) {
   }
 }
 
-TEST(Formatters, MalformedNumbersRaiseTheStandardErrors) {
+TEST(Formatters, MalformedNumbersAndUnknownWordsRaise) {
   const struct {
     const char* key;
     const char* text;
@@ -156,6 +150,13 @@ TEST(Formatters, MalformedNumbersRaiseTheStandardErrors) {
       {"FSTOP", "1e99", true, "stof"},
       {"SHUTTER_SPEED_VALUE", "1/4294967296", true, "stol"},
       {"ND_FILTER_VALUE", "x/2", false, "stol"},
+      // Words a map does not know: exact and case-sensitive, no trimming, a
+      // trailing carriage return included.
+      {"B1", "up", false, "not a word of the map"},
+      {"WB_MODE", "ColorTemp ", false, "not a word of the map"},
+      {"PP_GAMMA", "SCinetone", false, "not a word of the map"},
+      {"FOCUS_MODE", "AF_C\r", false, "not a word of the map"},
+      {"EXPOSURE_MODE", "Manual", false, "not an exposure program"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.key) + " \"" + c.text + "\"");

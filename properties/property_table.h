@@ -12,8 +12,10 @@ using PropertyCode = uint64_t;
 
 // Renders one value as protocol text; never fails.
 using ToTextFn = std::string (*)(uint64_t value);
-// Parses protocol text into an SDK value. Some parsers raise
-// std::invalid_argument / std::out_of_range like the standard conversions.
+// Parses protocol text into an SDK value. Parsers raise
+// std::invalid_argument / std::out_of_range like the standard conversions
+// for a malformed number, and std::invalid_argument for a word their map
+// does not know.
 using FromTextFn = uint64_t (*)(const std::string& text);
 // Candidate filter: true leaves the candidate out of the status line.
 using SkipValueFn = bool (*)(uint64_t value);
@@ -50,7 +52,8 @@ bool is_text_converter(ToTextFn to_text);
 
 // EXPOSURE_MODE's converters: the SDK's names of exposure programs 1 to 7
 // ("CrExposure_M_Manual" ...), looked up on the low 32 bits only; "UNKNOWN"
-// for any other value, and 0 for a text that names no program.
+// for any other value; a text that names no program raises
+// std::invalid_argument.
 std::string exposureModeToText(uint64_t value);
 uint64_t exposureModeFromText(const std::string& text);
 

@@ -5,6 +5,7 @@
 #include "properties/value_maps.h"
 
 #include <iterator>
+#include <stdexcept>
 
 #include "properties/property_table.h"
 
@@ -19,7 +20,7 @@ uint64_t map_from_text(const ValueMap& map, const std::string& text) {
   for (size_t i = 0; i < map.count; ++i) {
     if (map.entries[i].text == text) return map.entries[i].code;
   }
-  return 0;
+  throw std::invalid_argument("not a word of the map");
 }
 
 namespace {
@@ -244,7 +245,7 @@ uint64_t exposureModeFromText(const std::string& text) {
   for (size_t i = 0; i < std::size(kExposurePrograms); ++i) {
     if (text == kExposurePrograms[i]) return i + 1;
   }
-  return 0;
+  throw std::invalid_argument("not an exposure program");
 }
 
 const ValueMap kAutoManualMap = {kAutoManualEntries, std::size(kAutoManualEntries), "UNKNOWN"};

@@ -23,7 +23,8 @@ struct ValueMap {
 // The text of the entry whose code equals the whole 64-bit value, else the
 // map's fallback.
 std::string map_to_text(const ValueMap& map, uint64_t value);
-// The code of the entry whose text equals `text` exactly, else 0.
+// The code of the entry whose text equals `text` exactly; any other text
+// raises std::invalid_argument (0 can be a code of its own).
 uint64_t map_from_text(const ValueMap& map, const std::string& text);
 
 // Row converters bound to one map, usable as plain function pointers.

@@ -1,6 +1,7 @@
 // The dispatch of the parent's command lines: the word split and the camera
 // operation that each command reaches.
-#include <stdexcept>
+#include <cstdint>
+#include <exception>
 #include <string>
 
 #include "base/base.h"
@@ -31,24 +32,29 @@ void unhandled(const char* prefix, const std::string& text) {
   write_status_line("NACK");
 }
 
+// Logs why `line` is refused and answers "NACK".
+void refused(const std::string& line, const char* why) {
+  log_message("refused \"" + line + "\": " + why);
+  write_status_line("NACK");
+}
+
 void dispatch_action(CameraDevice* device, const CommandWords& words, const std::string& line) {
   if (words.name == "SHUTTER_PRESS") {
-    // Not caught: a malformed hold time ends the process by design.
-    device->press_button(kShutterCommand, std::stoi(words.value));
+    int32_t hold_ms = 0;
+    if (!parse_int32(words.value, &hold_ms)) {
+      refused(line, "the hold time is not a 32-bit decimal number");
+      return;
+    }
+    device->press_button(kShutterCommand, hold_ms);
   } else if (words.name == "BUTTON") {
     if (words.value != "APS_C") {
       unhandled("Unhandled BUTTON value: ", words.value);
       return;
     }
-    int hold_ms = kDefaultApsCHoldMs;
-    if (!words.extra.empty()) {
-      // The one caught conversion: a bad hold time only refuses this press.
-      try {
-        hold_ms = std::stoi(words.extra);
-      } catch (const std::logic_error&) {
-        write_status_line("NACK");
-        return;
-      }
+    int32_t hold_ms = kDefaultApsCHoldMs;
+    if (!words.extra.empty() && !parse_int32(words.extra, &hold_ms)) {
+      refused(line, "the hold time is not a 32-bit decimal number");
+      return;
     }
     device->press_button(kApsCCommand, hold_ms);
   } else {
@@ -56,11 +62,31 @@ void dispatch_action(CameraDevice* device, const CommandWords& words, const std:
   }
 }
 
-void dispatch_set(CameraDevice* device, PropertyCodes& codes, const CommandWords& words) {
-  // Every name is entered, unknown ones with code 0 (no table row), so the
-  // generic path below silently ignores them from now on, and a later "get"
-  // of MENU or TC finds the entry and does nothing.
-  uint64_t code = codes[words.name];
+// The names whose value is a number, and what they do with it.
+void dispatch_numeric_set(CameraDevice* device, const std::string& name, int32_t number) {
+  if (name == "WB_TINT") {
+    device->set_absolute_by_steps(kWbTintCode, number);
+  } else if (name == "WB" || name == "COLORTEMP") {
+    // COLORTEMP deliberately reaches the same operation as WB.
+    device->set_wb(static_cast<uint64_t>(number));
+  } else if (name == "SHUTTER_ECS_NUMBER") {
+    device->set_absolute_by_steps(kShutterEcsNumberCode, number);
+  } else if (name == "SHUTTER_ECS_NUMBER_STEP") {
+    device->step_property(kShutterEcsNumberStepCode, number);
+  } else if (name == "ZOOM_OPERATION") {
+    device->set_operation(kZoomOperationCode, number);
+  } else {
+    device->set_operation(kFocusOperationCode, number);
+  }
+}
+
+bool is_numeric_set_name(const std::string& name) {
+  return name == "WB_TINT" || name == "WB" || name == "COLORTEMP" || name == "SHUTTER_ECS_NUMBER" ||
+         name == "SHUTTER_ECS_NUMBER_STEP" || name == "ZOOM_OPERATION" || name == "FOCUS_OPERATION";
+}
+
+void dispatch_set(CameraDevice* device, const PropertyCodes& codes, const CommandWords& words,
+                  const std::string& line) {
   const std::string& name = words.name;
   const std::string& value = words.value;
 
@@ -70,24 +96,17 @@ void dispatch_set(CameraDevice* device, PropertyCodes& codes, const CommandWords
     } else if (value == "OFF") {
       device->set_recording(0);
     } else {
-      device->ack_pending = true;
-      device->nack();
+      refused(line, "REC takes ON or OFF");
     }
   } else if (name == "LUT_FILE") {
     device->import_lut(value, words.extra);
-  } else if (name == "WB_TINT") {
-    device->set_absolute_by_steps(kWbTintCode, std::stoi(value));
-  } else if (name == "WB" || name == "COLORTEMP") {
-    // COLORTEMP deliberately reaches the same operation as WB.
-    device->set_wb(static_cast<uint64_t>(std::stoi(value)));
-  } else if (name == "SHUTTER_ECS_NUMBER") {
-    device->set_absolute_by_steps(kShutterEcsNumberCode, std::stoi(value));
-  } else if (name == "SHUTTER_ECS_NUMBER_STEP") {
-    device->step_property(kShutterEcsNumberStepCode, std::stoi(value));
-  } else if (name == "ZOOM_OPERATION") {
-    device->set_operation(kZoomOperationCode, std::stoi(value));
-  } else if (name == "FOCUS_OPERATION") {
-    device->set_operation(kFocusOperationCode, std::stoi(value));
+  } else if (is_numeric_set_name(name)) {
+    int32_t number = 0;
+    if (!parse_int32(value, &number)) {
+      refused(line, "the value is not a 32-bit decimal number");
+      return;
+    }
+    dispatch_numeric_set(device, name, number);
   } else if (name == "PROPERTY_BUTTON") {
     auto it = codes.find(value);
     if (it == codes.end()) {
@@ -95,8 +114,16 @@ void dispatch_set(CameraDevice* device, PropertyCodes& codes, const CommandWords
       return;
     }
     device->property_button(static_cast<uint32_t>(it->second));
-  } else if (find_property(code) != nullptr) {
-    device->set_property_from_text(static_cast<uint32_t>(code), value);
+  } else {
+    // Unknown names are refused and leave nothing behind.
+    auto it = codes.find(name);
+    if (it == codes.end()) {
+      unhandled("unhandled set cmd :", line);
+    } else if (find_property(it->second) == nullptr) {
+      refused(line, "the property is not supported");
+    } else {
+      device->set_property_from_text(static_cast<uint32_t>(it->second), value);
+    }
   }
 }
 
@@ -113,10 +140,34 @@ void dispatch_get(CameraDevice* device, const PropertyCodes& codes, const Comman
     }
     return;
   }
-  if (find_property(it->second) != nullptr) device->report_property(static_cast<uint32_t>(it->second));
+  if (find_property(it->second) != nullptr) {
+    device->report_property(static_cast<uint32_t>(it->second));
+  } else {
+    refused(line, "the property is not supported");
+  }
 }
 
 }  // namespace
+
+bool parse_int32(const std::string& text, int32_t* out) {
+  size_t pos = 0;
+  // Leading white space as the standard conversion skips it.
+  while (pos < text.size() && (text[pos] == ' ' || (text[pos] >= '\t' && text[pos] <= '\r'))) ++pos;
+  bool negative = false;
+  if (pos < text.size() && (text[pos] == '+' || text[pos] == '-')) negative = text[pos++] == '-';
+  const size_t first_digit = pos;
+  int64_t magnitude = 0;
+  while (pos < text.size() && text[pos] >= '0' && text[pos] <= '9') {
+    magnitude = magnitude * 10 + (text[pos] - '0');
+    if (magnitude > int64_t{1} << 31) return false;
+    ++pos;
+  }
+  if (pos == first_digit) return false;
+  const int64_t value = negative ? -magnitude : magnitude;
+  if (value > INT32_MAX) return false;
+  *out = static_cast<int32_t>(value);
+  return true;
+}
 
 CommandWords split_command(const std::string& line) {
   std::string* slots[] = {nullptr, nullptr, nullptr, nullptr};
@@ -136,17 +187,22 @@ CommandWords split_command(const std::string& line) {
   return words;
 }
 
-void dispatch_command(CameraDevice* device, PropertyCodes& codes, const std::string& line) {
-  const CommandWords words = split_command(line);
-  if (words.verb == "action") {
-    dispatch_action(device, words, line);
-  } else if (words.verb == "set") {
-    dispatch_set(device, codes, words);
-  } else if (words.verb == "get") {
-    dispatch_get(device, codes, words, line);
-  } else if (words.verb == "RESET") {
-    device->plain_ack();
-  } else {
-    unhandled("unhandled unk cmd :", line);
+void dispatch_command(CameraDevice* device, const PropertyCodes& codes, const std::string& line) {
+  try {
+    const CommandWords words = split_command(line);
+    if (words.verb == "action") {
+      dispatch_action(device, words, line);
+    } else if (words.verb == "set") {
+      dispatch_set(device, codes, words, line);
+    } else if (words.verb == "get") {
+      dispatch_get(device, codes, words, line);
+    } else if (words.verb == "RESET") {
+      device->plain_ack();
+    } else {
+      unhandled("unhandled unk cmd :", line);
+    }
+  } catch (const std::exception& e) {
+    // Only resource failures get here; the reader goes on with the next line.
+    log_message("dispatch of \"" + line + "\" failed: " + e.what());
   }
 }

@@ -4,6 +4,7 @@
 #define VK_SONY_PROTOCOL_COMMAND_READER_H
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "protocol/protocol.h"
@@ -23,11 +24,17 @@ struct CommandWords {
 // do not match.
 CommandWords split_command(const std::string& line);
 
+// A number word as the standard decimal conversion to int reads it (leading
+// white space, an optional sign, digits up to the first non-digit), without
+// its exceptions: false when there is no digit or the value is outside the
+// signed 32-bit range, and `out` is then left alone.
+bool parse_int32(const std::string& text, int32_t* out);
+
 // Dispatches one command line to `device` (not owned, must not be null),
-// reading and extending `codes`. A malformed number where one is required
-// raises std::invalid_argument or std::out_of_range, which the reader lets
-// escape on purpose so that the process ends.
-void dispatch_command(CameraDevice* device, PropertyCodes& codes, const std::string& line);
+// reading `codes`. Never throws: a malformed number, an unknown name or a
+// value the property does not take is logged and answered "NACK", and
+// nothing of it is remembered.
+void dispatch_command(CameraDevice* device, const PropertyCodes& codes, const std::string& line);
 
 // The parent's input as it is read in blocks, split into lines at "\n".
 class LineBuffer {

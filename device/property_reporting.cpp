@@ -60,6 +60,8 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
         // The "ACK" of the quick-acknowledged write comes first.
         held_codes_.insert(held_codes_.end(), reported.begin(), reported.end());
       } else {
+        // The batch's status lines leave together, after the answer.
+        OutputBatch lines;
         for (uint32_t code : reported) report_cached(code);
       }
     }
@@ -116,6 +118,7 @@ void CameraDevice::report_property(uint32_t code) {
 void CameraDevice::flush_held_reports() {
   std::vector<uint32_t> held;
   held.swap(held_codes_);
+  OutputBatch lines;
   for (uint32_t code : held) report_cached(code);
 }
 

@@ -40,6 +40,8 @@ defmodule VkSony.BridgeTest do
           {fn -> Bridge.set(bridge, "ISO_SENSITIVITY", 1600) end, :ok},
           {fn -> Bridge.set(bridge, "WB", 3200) end, {:error, :nack}},
           {fn -> Bridge.get(bridge, "NO_SUCH_KEY") end, {:error, :nack}},
+          {fn -> Bridge.set(bridge, "NO_SUCH_KEY", 1) end, {:error, :nack}},
+          {fn -> Bridge.set(bridge, "ISO_SENSITIVITY", "abc") end, {:error, :nack}},
           {fn -> Bridge.get(bridge, "MENU") end, :ok},
           {fn -> Bridge.command(bridge, "bogus") end, {:error, :nack}},
           {fn -> Bridge.set(bridge, "WB", "32 00") end, {:error, :blank_in_word}},

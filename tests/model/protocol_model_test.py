@@ -31,6 +31,7 @@ the same sequences every run unless VK_SONY_MODEL_SEED=random.
 import argparse
 import os
 import re
+import struct
 import sys
 import time
 import unittest
@@ -126,17 +127,37 @@ class Calibration:
         self.code = {}      # status key -> code
         self.suffix = {}    # status key -> "[...] RW"
         self.texts = {}     # code -> [(text, raw)] for list properties
+        self.bare = set()   # keys without candidates
         for (code, kind, _, _, cands), line in zip(PROPERTIES + [AWB_PROPERTY], status):
             m = PROPERTY_LINE.fullmatch(line)
             assert m, "calibration line: %r" % line
             key = m.group(1)
             self.key[code], self.code[key], self.suffix[key] = key, code, m.group(3)
             inner = m.group(3)[1:-4]
+            if not cands and kind != "STR":
+                self.bare.add(key)
             if m.group(3)[0] == "[" and cands:
                 self.texts[code] = list(zip(inner.split(" "), cands))
 
 
 CALIBRATION = {}
+
+
+def float32(x):
+    return struct.unpack("f", struct.pack("f", x))[0]
+
+
+def written_form(code, text, raw):
+    """The word a parent writes for a value shown as `text`, and the value
+    the bridge then sends. EXPOSURE_BIAS is written as its raw 16-bit code;
+    FSTOP and SHUTTER_ANGLE are scaled in single precision and truncated."""
+    if code == 0x101:
+        return str(raw & 0xFFFF), raw & 0xFFFF
+    if code in (0x100, 0x17A):
+        scale = 100 if code == 0x100 else 1000
+        sent = int(float32(float32(float(text)) * scale))
+        return text, sent & 0xFFFF if code == 0x100 else sent
+    return text, raw
 
 
 def mask(code, value):
@@ -148,6 +169,35 @@ def clamp(code, value):
     return max(low, min(high, value))
 
 
+class ProtocolViolation(AssertionError):
+    """Base of the failures; one subclass per invariant, so that Hypothesis
+    keeps and shrinks distinct failures apart."""
+
+
+class WrongAnswerCount(ProtocolViolation):
+    pass
+
+
+class WrongAnswer(ProtocolViolation):
+    pass
+
+
+class WriteNotMade(ProtocolViolation):
+    pass
+
+
+class BrokenLine(ProtocolViolation):
+    pass
+
+
+class ReportBeforeAck(ProtocolViolation):
+    pass
+
+
+class SlowOrBadExit(ProtocolViolation):
+    pass
+
+
 class Command:
     """One line sent, and what the model needs to judge its answer.
 
@@ -155,10 +205,11 @@ class Command:
     (a property write: code, new-value function, sends predicate)."""
 
     def __init__(self, line, kind, allowed=None, code=None, effect=None, sends=None,
-                 fail_code=None, always_ack=False):
+                 fail_code=None, always_ack=False, shows=None):
         self.line, self.kind, self.allowed = line, kind, allowed
         self.code, self.effect, self.sends, self.fail_code = code, effect, sends, fail_code
-        self.always_ack = always_ack
+        # shows: (raw, text) of the value the write's status line shows
+        self.always_ack, self.shows = always_ack, shows
 
 
 class ProtocolModel(RuleBasedStateMachine):
@@ -212,8 +263,10 @@ class ProtocolModel(RuleBasedStateMachine):
     @rule(code=st.sampled_from(GENERIC), index=st.integers(0, 10))
     def set_property(self, code, index):
         text, raw = self.cal.texts[code][index % len(self.cal.texts[code])]
-        self.add(Command("set %s %s" % (self.cal.key[code], text), "write", code=code,
-                         effect=lambda v, raw=raw: raw, sends=lambda v, raw=raw: v != raw))
+        word, raw = written_form(code, text, raw)
+        self.add(Command("set %s %s" % (self.cal.key[code], word), "write", code=code,
+                         effect=lambda v, raw=raw: raw, sends=lambda v, raw=raw: v != raw,
+                         shows=(raw, text)))
 
     @precondition(running)
     @rule(code=st.sampled_from(GENERIC + [0x15E, 0x162]),
@@ -259,7 +312,7 @@ class ProtocolModel(RuleBasedStateMachine):
         goal = clamp(base, goal)
         self.add(Command("set %s %d" % (self.cal.key[base], goal), "write", code=base,
                          fail_code=step_code, effect=lambda v, t=goal: t,
-                         sends=lambda v, t=goal: v != t))
+                         sends=lambda v, t=goal: v != t, shows=(goal, str(goal))))
 
     @precondition(running)
     @rule(code=st.sampled_from([0x15E, 0x162]),
@@ -407,8 +460,8 @@ class ProtocolModel(RuleBasedStateMachine):
         """Nothing: the run has ended (Hypothesis needs a rule it can draw)."""
 
     # ---- checks ------------------------------------------------------------
-    def fail(self, what):
-        raise AssertionError(what + "\n" + self.session())
+    def fail(self, what, kind=ProtocolViolation):
+        raise kind(what + "\n" + self.session())
 
     def session(self):
         b = self.bridge
@@ -460,9 +513,9 @@ class ProtocolModel(RuleBasedStateMachine):
         if rc is None:
             elapsed = time.monotonic() - b.closed_at
             b.kill()
-            self.fail("still running %.2f s after stdin was closed" % elapsed)
+            self.fail("still running %.2f s after stdin was closed" % elapsed, SlowOrBadExit)
         if rc != 1:
-            self.fail("exit status %d, expected 1" % rc)
+            self.fail("exit status %d, expected 1" % rc, SlowOrBadExit)
         self.check_lines()
         answers = self.check_answers(complete=self.ended is None)
         self.check_values(answers)
@@ -478,37 +531,60 @@ class ProtocolModel(RuleBasedStateMachine):
             if tc and tc.group(1) == tc.group(2):
                 continue
             m = PROPERTY_LINE.fullmatch(line)
-            if m and self.cal.suffix.get(m.group(1)) == m.group(3) and "status" not in m.group(2):
-                continue
-            self.fail("not a whole protocol line: %r" % line)
+            if m and "status" not in m.group(2):
+                key, value, suffix = m.groups()
+                # Without candidates the brackets repeat the current value.
+                if self.cal.suffix.get(key) == suffix or (
+                        key in self.cal.bare and suffix[1:-4] == value):
+                    continue
+            self.fail("not a whole protocol line: %r" % line, BrokenLine)
         if self.bridge.partial():
-            self.fail("output ends inside a line: %r" % self.bridge.partial())
+            self.fail("output ends inside a line: %r" % self.bridge.partial(), BrokenLine)
         # A run that ends before the camera connects has no CONNECTED, READY.
         for once, at_least in (("CONNECTED", 0), ("READY", 0), ("END - elixir_handler_stdin", 1),
                                ("CLOSED", 1)):
             if not at_least <= lines.count(once) <= 1:
-                self.fail("%r written %d times" % (once, lines.count(once)))
+                self.fail("%r written %d times" % (once, lines.count(once)), BrokenLine)
         if lines.count("DISCONNECTED") != (1 if self.ended == "disconnect" else 0):
-            self.fail("DISCONNECTED written %d times" % lines.count("DISCONNECTED"))
+            self.fail("DISCONNECTED written %d times" % lines.count("DISCONNECTED"), BrokenLine)
 
     def check_answers(self, complete):
         """Replays the commands with the answers seen; returns the answers."""
-        answers = [l for l in self.bridge.lines() if l in ("ACK", "NACK")]
+        lines = self.bridge.lines()
+        at = [n for n, line in enumerate(lines) if line in ("ACK", "NACK")]
+        answers = [lines[n] for n in at]
         commands = self.answered()
         if len(answers) > len(commands) or (complete and len(answers) != len(commands)):
-            self.fail("%d answers for %d answered commands" % (len(answers), len(commands)))
+            self.fail("%d answers for %d answered commands" % (len(answers), len(commands)),
+                      WrongAnswerCount)
         self.values = {code: {INITIAL[code]} for code in INITIAL}
         for i, command in enumerate(commands):
             answer = answers[i] if i < len(answers) else None
             allowed = self.allowed(command)
             if answer is not None and answer not in allowed:
                 self.fail("answer %d (%r) is %s, expected %s" % (i + 1, command.line, answer,
-                                                                 " or ".join(sorted(allowed))))
+                                                                 " or ".join(sorted(allowed))),
+                          WrongAnswer)
+            if command.kind == "write" and answer == "ACK":
+                self.check_report_follows(command, lines[at[i - 1] + 1 if i else 0:at[i]])
             if command.kind == "write":
                 before = self.values[command.code]
                 after = {command.effect(v) for v in before}
                 self.values[command.code] = after if answer == "ACK" else before | after
         return answers
+
+    def check_report_follows(self, command, lines_before):
+        """The status line a write causes comes after its ACK."""
+        if command.shows is None or command.code in self.touched or self.stray_display:
+            return
+        raw, text = command.shows
+        if raw in self.values[command.code]:
+            return  # the property may have shown that value before
+        early = "status %s %s %s" % (self.cal.key[command.code], text,
+                                     self.cal.suffix[self.cal.key[command.code]])
+        if early in lines_before:
+            self.fail("%r: its status line %r came before its ACK" % (command.line, early),
+                      ReportBeforeAck)
 
     def allowed(self, command):
         if command.kind == "fixed":
@@ -565,7 +641,8 @@ class ProtocolModel(RuleBasedStateMachine):
             if mask(code, camera[code]) not in want:
                 self.fail("camera's 0x%x (%s) is %d after the run; the acknowledged writes "
                           "leave it at %s" % (code, self.cal.key[code], self.signed(code, camera[code]),
-                                              " or ".join(str(self.signed(code, v)) for v in sorted(want))))
+                                              " or ".join(str(self.signed(code, v)) for v in sorted(want))),
+                          WriteNotMade)
 
     @staticmethod
     def signed(code, value):

@@ -270,10 +270,8 @@ class ProtocolModel(RuleBasedStateMachine):
 
     @precondition(running)
     @rule(code=st.sampled_from(GENERIC + [0x15E, 0x162]),
-          bad=st.sampled_from(["", "NOPE", "x1", "-", "AF_C\r", "2.8.8", "99999999999999999999"]))
+          bad=st.sampled_from(["", "NOPE", "x1", "-", "AF_C\r", "99999999999999999999"]))
     def set_malformed(self, code, bad):
-        if bad == "2.8.8" and code not in (0x100, 0x101):
-            bad = "NOPE"
         self.add(Command(("set %s %s" % (self.cal.key[code], bad)).rstrip(" "), "fixed",
                          allowed={"NACK"}))
 
@@ -430,8 +428,8 @@ class ProtocolModel(RuleBasedStateMachine):
     def fault(self, line):
         self.faults.append((len(self.commands), line))
         self.bridge.sent.append("# camera: " + line)
-        if not self.bridge.control(line):
-            self.fail("control FIFO not opened")
+        if not self.bridge.control(line) and self.bridge.proc.poll() is None:
+            self.fail("control FIFO not opened")  # an early exit is judged at the end
 
     @precondition(running)
     @rule(ms=st.integers(0, 300))

@@ -198,6 +198,9 @@ class SlowOrBadExit(ProtocolViolation):
     pass
 
 
+ANY = "any"  # a camera value the model cannot know
+
+
 class Command:
     """One line sent, and what the model needs to judge its answer.
 
@@ -205,11 +208,12 @@ class Command:
     (a property write: code, new-value function, sends predicate)."""
 
     def __init__(self, line, kind, allowed=None, code=None, effect=None, sends=None,
-                 fail_code=None, always_ack=False, shows=None):
+                 fail_code=None, always_ack=False, shows=None, absolute=False):
         self.line, self.kind, self.allowed = line, kind, allowed
         self.code, self.effect, self.sends, self.fail_code = code, effect, sends, fail_code
         # shows: (raw, text) of the value the write's status line shows
         self.always_ack, self.shows = always_ack, shows
+        self.absolute = absolute  # an absolute target reached by relative steps
 
 
 class ProtocolModel(RuleBasedStateMachine):
@@ -295,6 +299,7 @@ class ProtocolModel(RuleBasedStateMachine):
             return
         if self.quick:  # stepped through COLORTEMP_STEP
             self.add(Command("set %s %d" % (verb, kelvin), "write", code=0x115, fail_code=0x15B,
+                             absolute=True,
                              effect=lambda v, k=kelvin: k, sends=lambda v, k=kelvin: v != k))
         else:
             self.add(Command("set %s %d" % (verb, kelvin), "write", code=0x115,
@@ -309,7 +314,7 @@ class ProtocolModel(RuleBasedStateMachine):
             return
         goal = clamp(base, goal)
         self.add(Command("set %s %d" % (self.cal.key[base], goal), "write", code=base,
-                         fail_code=step_code, effect=lambda v, t=goal: t,
+                         fail_code=step_code, absolute=True, effect=lambda v, t=goal: t,
                          sends=lambda v, t=goal: v != t, shows=(goal, str(goal))))
 
     @precondition(running)
@@ -567,7 +572,11 @@ class ProtocolModel(RuleBasedStateMachine):
                 self.check_report_follows(command, lines[at[i - 1] + 1 if i else 0:at[i]])
             if command.kind == "write":
                 before = self.values[command.code]
-                after = {command.effect(v) for v in before}
+                after = {ANY if v == ANY else command.effect(v) for v in before}
+                if answer != "ACK" and command.absolute:
+                    # An absolute target reached by steps: after a failure the
+                    # bridge's remembered target and the camera part ways.
+                    after = {ANY}
                 self.values[command.code] = after if answer == "ACK" else before | after
         return answers
 
@@ -576,7 +585,7 @@ class ProtocolModel(RuleBasedStateMachine):
         if command.shows is None or command.code in self.touched or self.stray_display:
             return
         raw, text = command.shows
-        if raw in self.values[command.code]:
+        if raw in self.values[command.code] or ANY in self.values[command.code]:
             return  # the property may have shown that value before
         early = "status %s %s %s" % (self.cal.key[command.code], text,
                                      self.cal.suffix[self.cal.key[command.code]])
@@ -585,10 +594,15 @@ class ProtocolModel(RuleBasedStateMachine):
                       ReportBeforeAck)
 
     def allowed(self, command):
+        # A run that ended early answers a command still waiting NACK.
+        cut = {"NACK"} if self.ended else set()
         if command.kind == "fixed":
-            return command.allowed
+            return command.allowed | cut
         if command.kind == "menu":
-            return {"ACK", "NACK"} if self.stray_display else {"ACK" if self.menu_ok else "NACK"}
+            return {"ACK", "NACK"} if self.stray_display else {"ACK" if self.menu_ok else "NACK"} | cut
+        return self.allowed_write(command) | cut
+
+    def allowed_write(self, command):
         # A property write.
         if command.code in self.touched or self.stray_display:
             return {"ACK", "NACK"}
@@ -597,6 +611,8 @@ class ProtocolModel(RuleBasedStateMachine):
         result = set()
         fail_code = command.fail_code or command.code
         possible = set(self.values[command.code])
+        if ANY in possible:
+            return {"ACK", "NACK"}
         if self.never:  # the bridge's cache may lag the camera
             possible.add(INITIAL[command.code])
         for v in possible:
@@ -635,6 +651,8 @@ class ProtocolModel(RuleBasedStateMachine):
                 camera[REC_CODE] = 1 - camera[REC_CODE]
         written = {c.code for c in self.commands if c.kind == "write"}
         for code in sorted(written - self.touched):
+            if ANY in self.values[code]:
+                continue
             want = {mask(code, v) for v in self.values[code]}
             if mask(code, camera[code]) not in want:
                 self.fail("camera's 0x%x (%s) is %d after the run; the acknowledged writes "

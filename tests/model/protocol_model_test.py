@@ -484,13 +484,15 @@ class ProtocolModel(RuleBasedStateMachine):
     def session(self):
         b = self.bridge
         lines = b.lines()
-        first = lines.index("READY") if "READY" in lines else 0
+        ready = lines.index("READY") if "READY" in lines else 0
+        first = [l for l in lines[:ready] if not l.startswith("status ")]
+        lines = first + lines[ready:]
         out = ["---- scenario (the model's properties left out)"]
         out += [l for l in self.scenario.splitlines() if not l.startswith(("property", "lv-"))]
         out += ["---- written (> stdin, # other)"]
         out += [l if l.startswith("# ") else "> " + repr(l)[1:-1] for l in b.sent]
-        out += ["---- stdout (%d lines before READY left out)" % first]
-        out += ["< " + repr(l)[1:-1] for l in lines[first:]]
+        out += ["---- stdout (the status lines before READY left out)"]
+        out += ["< " + repr(l)[1:-1] for l in lines]
         if b.partial():
             out.append("< (partial) " + repr(b.partial()))
         out += ["---- stderr"] + b.stderr()[-10:]

@@ -37,7 +37,7 @@ import sys
 import time
 import unittest
 
-from hypothesis import HealthCheck, note, settings, strategies as st
+from hypothesis import HealthCheck, settings, strategies as st
 from hypothesis.stateful import (RuleBasedStateMachine, initialize, precondition,
                                  rule)
 
@@ -120,6 +120,7 @@ class Calibration:
                 raise AssertionError("calibration run: no READY\n" + "\n".join(bridge.lines()))
             status = [l for l in bridge.lines()[: bridge.lines().index("READY")]
                       if l.startswith("status ")]
+            self.initial = set(status)  # the first report's lines
         finally:
             bridge.close_stdin()
             bridge.wait_exit(5)
@@ -485,13 +486,13 @@ class ProtocolModel(RuleBasedStateMachine):
         b = self.bridge
         lines = b.lines()
         ready = lines.index("READY") if "READY" in lines else 0
-        first = [l for l in lines[:ready] if not l.startswith("status ")]
+        first = [l for l in lines[:ready] if l not in self.cal.initial]
         lines = first + lines[ready:]
         out = ["---- scenario (the model's properties left out)"]
         out += [l for l in self.scenario.splitlines() if not l.startswith(("property", "lv-"))]
         out += ["---- written (> stdin, # other)"]
         out += [l if l.startswith("# ") else "> " + repr(l)[1:-1] for l in b.sent]
-        out += ["---- stdout (the status lines before READY left out)"]
+        out += ["---- stdout (the camera's first report left out)"]
         out += ["< " + repr(l)[1:-1] for l in lines]
         if b.partial():
             out.append("< (partial) " + repr(b.partial()))

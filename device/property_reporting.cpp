@@ -60,15 +60,14 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
         // The "ACK" of the quick-acknowledged write comes first.
         held_codes_.insert(held_codes_.end(), reported.begin(), reported.end());
       } else {
-        // The batch's status lines leave together, after the answer.
+        // The batch's status lines leave together, after the answer, and
+        // READY with the first of them.
         OutputBatch lines;
         for (uint32_t code : reported) report_cached(code);
+        if (ready_armed.load() && !ready_sent.exchange(true)) lines.add("READY");
       }
     }
-    if (ready_armed.load() && !ready_sent.load()) {
-      write_status_line("READY");
-      ready_sent = true;
-    }
+    if (ready_armed.load() && !ready_sent.exchange(true)) write_status_line("READY");
     if (connected_once.load() && !first_batch_seen_.exchange(true)) command_gate->release();
     if (SCRSDK::ReleaseDeviceProperties(device_handle, list) != 0) write_raw_line("release prop failed");
   } catch (...) {

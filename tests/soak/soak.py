@@ -181,7 +181,7 @@ def main():
         if now is None:
             break
         samples.append((len(answers),) + now)
-        done.wait(0.5)
+        done.wait(0.1)
     elapsed = time.monotonic() - start
     now = sample(proc.pid)
     if now is not None:

@@ -11,7 +11,8 @@ Checks that:
   order (the expected ACK/NACK sequence is known for the commands used);
 - every line is whole (one of the protocol's line shapes);
 - resident memory, open descriptors and threads stay flat after the warm-up
-  (the first 10 % of the answers);
+  (the first 30 % of the answers, in which AddressSanitizer's quarantine
+  fills): RSS within 4 MiB, no descriptor and at most one thread more;
 - the run ends with status 1 once standard input closes, with no sanitizer
   report on standard error.
 
@@ -95,7 +96,7 @@ def main():
     parser.add_argument("--commands", type=int, default=100000)
     parser.add_argument("--seed", type=int, default=1)
     parser.add_argument("--timeout", type=float, default=900, help="seconds for the whole run")
-    parser.add_argument("--rss-slack-mib", type=float, default=16)
+    parser.add_argument("--rss-slack-mib", type=float, default=4)
     args = parser.parse_args()
 
     tmp = tempfile.TemporaryDirectory()
@@ -218,7 +219,7 @@ def main():
     elif status != 1 and err:
         failures.append("stderr:\n" + err[-2000:])
 
-    warm = [s for s in samples if s[0] >= len(expected) // 10]
+    warm = [s for s in samples if s[0] >= len(expected) * 3 // 10]
     if len(warm) >= 2:
         base_rss, base_fds, base_threads = warm[0][1:]
         top_rss = max(s[1] for s in warm)

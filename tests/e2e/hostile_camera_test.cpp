@@ -60,4 +60,47 @@ TEST(HostileCamera, MalformedRecordsAreShownAndTheRunGoesOn) {
   EXPECT_EQ(err.find("runtime error"), std::string::npos) << err;
 }
 
+// SDK calls that fail during a run: each is told by its raw line, the
+// command is still answered and the run ends as usual.
+TEST(HostileCamera, FailingSdkCallsAreSurvived) {
+  struct Case {
+    const char* failure;
+    const char* command;
+    std::vector<std::string> seen;  // in this order among the lines
+    const char* not_seen;
+  };
+  const Case cases[] = {
+      {"fail release-properties", "set ISO 1600", {"release prop failed", "ACK"}, nullptr},
+      {"fail get-lv-properties", "get TC", {"get LV prop failed", "ACK"}, "status TC "},
+      {"fail release-lv-properties",
+       "get TC",
+       {"release LV prop failed", "status TC 3600 [3600] RO", "ACK"},
+       nullptr},
+      {"fail live-view", "get TC", {"ACK"}, "status TC "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.failure);
+    TempDir dir;
+    const std::string scenario = dir.write(
+        "s", std::string("camera USB ILME-FX6 D10042\nproperty 0x104 UInt32 800 rw\nlv-property 0x1 3600\n") +
+                 c.failure + "\n");
+    std::unique_ptr<BridgeProcess> bridge =
+        start_until_ready({"USB|ILME-FX6|D10042"}, {{"VK_SONY_SIM_SCENARIO", scenario}});
+    bridge->send(c.command);
+    bridge->send("RESET");
+    ASSERT_TRUE(bridge->expect_line("ACK"));
+    bridge->close_stdin();
+    EXPECT_EQ(bridge->wait_exit(), 1);
+    const std::vector<std::string>& lines = bridge->read_all();
+    auto at = lines.begin();
+    for (const std::string& line : c.seen) {
+      at = std::find(at, lines.end(), line);
+      EXPECT_NE(at, lines.end()) << line;
+    }
+    if (c.not_seen != nullptr) {
+      for (const std::string& line : lines) EXPECT_NE(line.rfind(c.not_seen, 0), 0u) << line;
+    }
+  }
+}
+
 }  // namespace

@@ -126,6 +126,14 @@ bool value_range(const SCRSDK::CrDeviceProperty& property, int64_t* low, int64_t
   return *low <= *high;
 }
 
+// "set KEY VALUE" of a write, for log lines.
+std::string write_text(uint32_t code, uint64_t value, bool step) {
+  const PropertyInfo* row = find_property(code);
+  const std::string name = row != nullptr ? row->name : std::to_string(code);
+  const std::string number = step ? std::to_string(static_cast<int64_t>(value)) : std::to_string(value);
+  return "set " + name + " " + number;
+}
+
 }  // namespace
 
 void set_step_clock(StepClockFn clock) {
@@ -188,7 +196,7 @@ bool CameraDevice::write_property(uint32_t code, uint64_t value, uint32_t type, 
     ~GateRelease() { gate->release(); }
   } release{command_gate.get()};
 
-  const std::string what = "setProperty " + std::to_string(code);
+  const std::string what = write_text(code, value, step);
   SCRSDK::CrDeviceProperty record;
   const bool known = cached(code, &record);
   bool stale = false;

@@ -2,6 +2,7 @@
 // callbacks for connection, warning and error events.
 #include "device/camera_device.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -55,12 +56,13 @@ void CommandGate::release() {
 int confirm_timeout_from_environment() {
   const char* text = std::getenv("VK_SONY_CONFIRM_TIMEOUT_MS");
   if (text == nullptr) return kDefaultConfirmTimeoutMs;
-  long value = 0;
+  // Longer than about 24 days counts as that long.
+  constexpr int64_t kLongest = INT32_MAX;
+  int64_t value = 0;
   bool valid = *text != '\0';
   for (const char* c = text; valid && *c != '\0'; ++c) {
     valid = *c >= '0' && *c <= '9';
-    if (valid) value = value * 10 + (*c - '0');
-    if (value > 24L * 3600 * 1000) valid = false;
+    if (valid) value = std::min(kLongest, value * 10 + (*c - '0'));
   }
   if (!valid || value == 0) {
     log_message(std::string("VK_SONY_CONFIRM_TIMEOUT_MS is not a positive decimal integer (\"") + text +

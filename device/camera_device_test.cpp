@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <climits>
+#include <cstdlib>
 #include <future>
 #include <memory>
 #include <string>
@@ -37,6 +39,25 @@ TEST(CameraModels, ExactNamesOnlyAndUnknownIsZero) {
       EXPECT_EQ(number, camera_model_number(name));
     }
   }
+}
+
+TEST(ConfirmTimeout, PositiveDecimalOrTheDefault) {
+  const struct {
+    const char* text;  // nullptr: unset
+    int ms;
+  } cases[] = {
+      {nullptr, 3000}, {"250", 250},  {"1", 1},     {"", 3000},     {"0", 3000},
+      {"-5", 3000},    {"12x", 3000}, {" 7", 3000}, {"0x10", 3000}, {"99999999999999999999", INT32_MAX}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.text != nullptr ? c.text : "(unset)");
+    if (c.text != nullptr) {
+      setenv("VK_SONY_CONFIRM_TIMEOUT_MS", c.text, 1);
+    } else {
+      unsetenv("VK_SONY_CONFIRM_TIMEOUT_MS");
+    }
+    EXPECT_EQ(c.ms, confirm_timeout_from_environment());
+  }
+  unsetenv("VK_SONY_CONFIRM_TIMEOUT_MS");
 }
 
 TEST(CommandGate, HandsOverBetweenThreadsAndToleratesDoubleRelease) {

@@ -18,6 +18,10 @@
 
 namespace {
 
+// The largest live-view image buffer the bridge allocates (a camera reports
+// a few hundred kilobytes).
+constexpr CrInt32u kMaxLiveViewBufferBytes = 16u << 20;
+
 constexpr uint32_t kWbCode = 0x115;
 constexpr uint32_t kColorTempStepCode = 0x15B;
 constexpr uint32_t kWbTintCode = 0x15D;
@@ -415,11 +419,18 @@ void CameraDevice::request_menu() {
 void CameraDevice::read_timecode() {
   SCRSDK::CrImageInfo info;
   if (SCRSDK::GetLiveViewImageInfo(device_handle, &info) != 0) return;
-  std::vector<CrInt8u> buffer(info.GetBufferSize(), 0);
-  SCRSDK::CrImageDataBlock block;
-  block.SetSize(info.GetBufferSize());
-  block.SetData(buffer.data());
-  (void)SCRSDK::GetLiveViewImage(device_handle, &block);
+  // The buffer size is the camera's word: an absurd one is not allocated
+  // (the image is not needed for the time code, only read as designed).
+  const CrInt32u size = info.GetBufferSize();
+  if (size <= kMaxLiveViewBufferBytes) {
+    std::vector<CrInt8u> buffer(size, 0);
+    SCRSDK::CrImageDataBlock block;
+    block.SetSize(size);
+    block.SetData(buffer.data());
+    (void)SCRSDK::GetLiveViewImage(device_handle, &block);
+  } else {
+    log_message("Live-view image of " + std::to_string(size) + " bytes not read");
+  }
   SCRSDK::CrLiveViewProperty* list = nullptr;
   CrInt32 count = 0;
   if (SCRSDK::GetLiveViewProperties(device_handle, &list, &count) != 0 || list == nullptr) return;

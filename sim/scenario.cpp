@@ -271,6 +271,8 @@ std::string parse_directive(const std::vector<std::string>& w, Scenario* s) {
     } else {
       return "confirm needs DELAY_MS or never";
     }
+  } else if (d == "live-view-buffer") {
+    if (n != 2 || !parse_u32(w[1], &s->live_view_buffer)) return "live-view-buffer needs a byte count";
   } else if (d == "menu-result") {
     if (n != 2 || (w[1] != "success" && w[1] != "error")) return "menu-result needs success or error";
     s->menu_success = w[1] == "success";

@@ -93,6 +93,7 @@ TEST(SimScenario, RejectsWithLineNumber) {
       {"property 0x104 UInt32 1 rw str-length=3", "1: str-length needs a STR property"},
       {"property 0x104 UInt32 1 rw type=Float", "1: unknown data type: Float"},
       {"property 0x104 UInt32 1 rw colour=red", "1: unknown property attribute: colour=red"},
+      {"live-view-buffer many", "1: live-view-buffer needs a byte count"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.text);

@@ -409,7 +409,7 @@ CrError ReleaseLiveViewProperties(CrDeviceHandle /*deviceHandle*/, CrLiveViewPro
 CrError GetLiveViewImageInfo(CrDeviceHandle deviceHandle, CrImageInfo* info) {
   CrError result = injected("live-view");
   if (!simulator().knows(deviceHandle) || info == nullptr) result = CrError_Generic;
-  if (result == CrError_None) sim::set_image_info(info, 640, 360, 1024);
+  if (result == CrError_None) sim::set_image_info(info, 640, 360, simulator().scenario()->live_view_buffer);
   if (simulator().tracing()) simulator().trace("GetLiveViewImageInfo result=" + result_hex(result));
   return result;
 }

@@ -71,6 +71,7 @@ struct Scenario {
   std::vector<ScenarioProperty> properties;  // file order; a repeated code replaces in place
   std::vector<ScenarioLiveViewProperty> lv_properties;
   uint32_t confirm_ms = 5;
+  uint32_t live_view_buffer = 1024;  // what GetLiveViewImageInfo reports
   bool confirm_never = false;
   bool menu_success = true;
   bool fail_init = false;

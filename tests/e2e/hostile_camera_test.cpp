@@ -77,6 +77,8 @@ TEST(HostileCamera, FailingSdkCallsAreSurvived) {
        {"release LV prop failed", "status TC 3600 [3600] RO", "ACK"},
        nullptr},
       {"fail live-view", "get TC", {"ACK"}, "status TC "},
+      // An absurd image buffer size: the image is not read, the time code is.
+      {"live-view-buffer 0xFFFFFFFF", "get TC", {"status TC 3600 [3600] RO", "ACK"}, nullptr},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.failure);

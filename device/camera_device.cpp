@@ -133,6 +133,12 @@ bool CameraDevice::pause_ms(int ms) {
                                    [this] { return aborted_.load(); });
 }
 
+bool CameraDevice::wait_for_first_batch() {
+  std::unique_lock<std::mutex> lock(answer_mutex_);
+  answer_changed_.wait(lock, [this] { return first_batch_seen_ || aborted_.load(); });
+  return first_batch_seen_;
+}
+
 bool CameraDevice::enter_gate(const char* operation) {
   if (command_gate->acquire()) return true;
   refuse(std::string(operation) + ": not carried out, the run is ending");

@@ -156,6 +156,10 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   // "NACK". Thread-safe, idempotent; called by the run loop when the run
   // ends.
   void abort_operations() noexcept;
+  // Waits until the first property batch after OnConnected has come (fetched
+  // or not), so that a command is carried out against the camera's reported
+  // state; false when the operations were aborted first.
+  bool wait_for_first_batch();
   bool aborted() const { return aborted_.load(); }
 
   SCRSDK::CrDeviceHandle device_handle = 0;
@@ -204,9 +208,11 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   // Caller holds answer_mutex_.
   void flush_held_reports();
   void report_cached(uint32_t code);
+  // Opens the gate and ends wait_for_first_batch, once, after OnConnected.
+  void open_after_first_batch();
 
   std::atomic<bool> aborted_{false};
-  std::atomic<bool> first_batch_seen_{false};
+  bool first_batch_seen_ = false;  // GUARDED_BY(answer_mutex_)
   std::mutex answer_mutex_;
   std::condition_variable answer_changed_;
   Awaiting awaiting_ = Awaiting::kNothing;  // GUARDED_BY(answer_mutex_)

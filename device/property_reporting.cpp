@@ -33,7 +33,7 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
         for (CrInt32u i = 0; codes != nullptr && i < num; ++i) stale_codes_.insert(codes[i]);
       }
       write_raw_line("get prop failed");
-      if (connected_once.load() && !first_batch_seen_.exchange(true)) command_gate->release();
+      open_after_first_batch();
       return;
     }
     std::vector<uint32_t> reported;
@@ -68,10 +68,21 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
       }
     }
     if (ready_armed.load() && !ready_sent.exchange(true)) write_status_line("READY");
-    if (connected_once.load() && !first_batch_seen_.exchange(true)) command_gate->release();
+    open_after_first_batch();
     if (SCRSDK::ReleaseDeviceProperties(device_handle, list) != 0) write_raw_line("release prop failed");
   } catch (...) {
   }
+}
+
+void CameraDevice::open_after_first_batch() {
+  if (!connected_once.load()) return;
+  {
+    std::lock_guard<std::mutex> lock(answer_mutex_);
+    if (first_batch_seen_) return;
+    first_batch_seen_ = true;
+    answer_changed_.notify_all();
+  }
+  command_gate->release();
 }
 
 void CameraDevice::OnLvPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {

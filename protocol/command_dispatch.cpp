@@ -189,7 +189,16 @@ CommandWords split_command(const std::string& line) {
 
 void dispatch_command(CameraDevice* device, const PropertyCodes& codes, const std::string& line) {
   try {
+    // Nothing is carried out before the camera has reported its state.
+    const bool reported = device->wait_for_first_batch();
     const CommandWords words = split_command(line);
+    if (!reported) {
+      // The run ended first: not carried out; answered unless it is one of
+      // the requests whose answer is a status line.
+      const bool status_request = words.verb == "get" && (words.name == "TC" || codes.count(words.name) != 0);
+      if (!status_request) refused(line, "the run ended before the camera reported its state");
+      return;
+    }
     if (words.verb == "action") {
       dispatch_action(device, words, line);
     } else if (words.verb == "set") {

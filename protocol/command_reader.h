@@ -31,7 +31,9 @@ CommandWords split_command(const std::string& line);
 bool parse_int32(const std::string& text, int32_t* out);
 
 // Dispatches one command line to `device` (not owned, must not be null),
-// reading `codes`. Never throws: a malformed number, an unknown name or a
+// reading `codes`, once the camera's first property batch has come (every
+// command that arrives earlier waits for it; the end of the run ends the
+// wait). Never throws: a malformed number, an unknown name or a
 // value the property does not take is logged and answered "NACK", and
 // nothing of it is remembered.
 void dispatch_command(CameraDevice* device, const PropertyCodes& codes, const std::string& line);

@@ -10,6 +10,8 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
+#include <future>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -212,6 +214,43 @@ TEST_F(CommandReaderTest, BadInputIsRefusedWithoutSending) {
   EXPECT_EQ(new_lines(), std::vector<std::string>{"ACK"});
   dispatch("get TC");
   EXPECT_EQ(1u, traced("GetLiveViewProperties").size());
+}
+
+// Commands that arrive before the camera's first property batch are carried
+// out after it, so that they see the reported state; the end of the run ends
+// the wait.
+TEST_F(CameraDeviceTest, CommandsBeforeTheFirstBatchWaitForIt) {
+  PropertyCodes codes;
+  for (const auto& [code, row] : propertyTable) codes[row.name] = code;
+  ASSERT_TRUE(sim::load_scenario(kUsbFx6Scenario));
+  device_ = std::make_unique<CameraDeviceUSB>();
+  auto early = std::async(std::launch::async, [&] {
+    dispatch_command(device_.get(), codes, "RESET");
+    dispatch_command(device_.get(), codes, "get ISO");
+  });
+  EXPECT_EQ(std::future_status::timeout, early.wait_for(std::chrono::milliseconds(30)));
+  EXPECT_TRUE(capture_->lines().empty());
+  connect_existing(10);
+  ASSERT_EQ(std::future_status::ready, early.wait_for(std::chrono::seconds(5)));
+  const std::vector<std::string> lines = capture_->lines();
+  const auto ready = std::find(lines.begin(), lines.end(), "READY");
+  ASSERT_NE(ready, lines.end());
+  EXPECT_EQ(std::vector<std::string>(ready + 1, lines.end()),
+            (std::vector<std::string>{"ACK", "status ISO 400 [100 200 400 800] RW"}));
+
+  disconnect_all();
+  device_ = std::make_unique<CameraDeviceUSB>();
+  const size_t before = capture_->lines().size();
+  auto stranded = std::async(std::launch::async, [&] {
+    dispatch_command(device_.get(), codes, "get ISO");
+    dispatch_command(device_.get(), codes, "RESET");
+  });
+  device_->abort_operations();
+  ASSERT_EQ(std::future_status::ready, stranded.wait_for(std::chrono::seconds(5)));
+  // Not carried out: no report of the empty cache, the RESET refused.
+  const std::vector<std::string> after = capture_->lines();
+  EXPECT_EQ(std::vector<std::string>(after.begin() + static_cast<std::ptrdiff_t>(before), after.end()),
+            std::vector<std::string>{"NACK"});
 }
 
 TEST(ParseInt32, ReadsAsTheStandardConversionWithoutThrowing) {

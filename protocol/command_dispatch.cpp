@@ -12,6 +12,9 @@
 namespace {
 
 constexpr int kDefaultApsCHoldMs = 100;
+// The longest button hold the reader accepts: the reader reads no command
+// while a button is held, so a hold must not keep it away for long.
+constexpr int32_t kMaxHoldMs = 60'000;
 
 // Property codes of the special "set" names.
 constexpr uint32_t kWbTintCode = 0x15D;
@@ -38,13 +41,24 @@ void refused(const std::string& line, const char* why) {
   write_status_line("NACK");
 }
 
+// Reads a button hold time in milliseconds, 0 to kMaxHoldMs; anything else
+// refuses `line`.
+bool parse_hold_ms(const std::string& text, const std::string& line, int32_t* hold_ms) {
+  if (!parse_int32(text, hold_ms)) {
+    refused(line, "the hold time is not a 32-bit decimal number");
+    return false;
+  }
+  if (*hold_ms < 0 || *hold_ms > kMaxHoldMs) {
+    refused(line, "the hold time is outside 0..60000 ms");
+    return false;
+  }
+  return true;
+}
+
 void dispatch_action(CameraDevice* device, const CommandWords& words, const std::string& line) {
   if (words.name == "SHUTTER_PRESS") {
     int32_t hold_ms = 0;
-    if (!parse_int32(words.value, &hold_ms)) {
-      refused(line, "the hold time is not a 32-bit decimal number");
-      return;
-    }
+    if (!parse_hold_ms(words.value, line, &hold_ms)) return;
     device->press_button(kShutterCommand, hold_ms);
   } else if (words.name == "BUTTON") {
     if (words.value != "APS_C") {
@@ -52,10 +66,7 @@ void dispatch_action(CameraDevice* device, const CommandWords& words, const std:
       return;
     }
     int32_t hold_ms = kDefaultApsCHoldMs;
-    if (!words.extra.empty() && !parse_int32(words.extra, &hold_ms)) {
-      refused(line, "the hold time is not a 32-bit decimal number");
-      return;
-    }
+    if (!words.extra.empty() && !parse_hold_ms(words.extra, line, &hold_ms)) return;
     device->press_button(kApsCCommand, hold_ms);
   } else {
     unhandled("unhandled action cmd: ", line);

@@ -184,6 +184,8 @@ TEST_F(CommandReaderTest, BadInputIsRefusedWithoutSending) {
   for (const char* line : {"action SHUTTER_PRESS",
                            "action SHUTTER_PRESS soon",
                            "action SHUTTER_PRESS x",
+                           "action SHUTTER_PRESS 60001",
+                           "action BUTTON APS_C -5",
                            "set WB warm",
                            "set WB 2147483648",
                            "set ZOOM_OPERATION 99999999999",

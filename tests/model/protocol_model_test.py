@@ -448,6 +448,11 @@ class ProtocolModel(RuleBasedStateMachine):
     def camera_event(self, event):
         if event in ("warning 0x2002b", "warning 0x2002c"):
             self.stray_display = True
+        if event.startswith("notify "):
+            # The camera reports these codes unasked. Its report may reach the
+            # bridge after a write to one of them that the parent sent later,
+            # and then confirms it, as a real camera's report would.
+            self.touched.update(int(code, 16) for code in event.split()[1:])
         self.fault(event)
 
     def fault(self, line):

@@ -4,7 +4,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -125,13 +124,6 @@ TEST(PropertyLine, MalformedRecords) {
     SCOPED_TRACE(c.line);
     EXPECT_EQ(compose_status_line("K", c.fields, c.to_text, acceptAll, true), c.line);
   }
-}
-
-TEST(PropertyLine, CandidateListIsCapped) {
-  const std::vector<uint8_t> many(kMaxListedCandidates + 100, 1);
-  PropertyFields fields{1, 1, nullptr, many.data(), static_cast<uint32_t>(many.size()), true};
-  const std::string line = compose_status_line("K", fields, formatUnsigned, acceptAll, true);
-  EXPECT_EQ(static_cast<size_t>(std::count(line.begin(), line.end(), ' ')), 3 + kMaxListedCandidates);
 }
 
 TEST(Output, ElementWidths) {

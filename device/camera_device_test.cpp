@@ -98,22 +98,6 @@ TEST(CommandGate, HandsOverBetweenThreadsAndToleratesDoubleRelease) {
   EXPECT_FALSE(gate.acquire());
 }
 
-TEST_F(CameraDeviceTest, CommandBeforeConnectedWaitsForOnConnected) {
-  ASSERT_TRUE(sim::load_scenario(kUsbFx6Scenario));
-  device_ = std::make_unique<CameraDeviceUSB>();
-  std::atomic<bool> done{false};
-  std::thread reader([&] {
-    device_->send_command(1, 1);
-    done = true;
-  });
-  std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  EXPECT_FALSE(done.load()) << "a command ran before the camera connected";
-  connect_existing(10);
-  reader.join();
-  EXPECT_EQ(1, count_prefix(sim::trace(), "SendCommand id=1 param=1"));
-  EXPECT_EQ(1, count_line(capture_->lines(), "ACK"));
-}
-
 TEST_F(CameraDeviceTest, AbortWakesEveryWaitAndLaterOnesReturnAtOnce) {
   ASSERT_TRUE(sim::load_scenario(kUsbFx6Scenario));
   device_ = std::make_unique<CameraDeviceUSB>();

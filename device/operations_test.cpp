@@ -50,21 +50,6 @@ TEST_F(CameraDeviceTest, AlwaysSendPropertyIsWrittenEvenWhenUnchanged) {
   EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x126", "0")));
 }
 
-TEST_F(CameraDeviceTest, QuickAckWritesAndAnswersAtOnce) {
-  connect_usb(kUsbFx6Scenario, 10, /*quick=*/true);
-  sim::clear_trace();
-  device_->set_property_from_text(0x104, "400");
-  device_->set_property_from_text(0x104, "200");
-  EXPECT_EQ(2, count_line(capture_->lines(), "ACK"));
-  EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x104", "400")));
-  EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x104", "200")));
-  // The camera's confirmation must not add an ACK of its own.
-  ASSERT_TRUE(sim::wait_idle());
-  std::this_thread::sleep_for(std::chrono::milliseconds(20));
-  ASSERT_TRUE(sim::wait_idle());
-  EXPECT_EQ(2, count_line(capture_->lines(), "ACK"));
-}
-
 TEST_F(CameraDeviceTest, RefusalsAnswerNackAndLeaveTheGateOpen) {
   connect_usb(std::string(kUsbFx6Scenario) + "fail set 0x104 0x8402\n");
   device_->set_property_from_text(0x104, "800");

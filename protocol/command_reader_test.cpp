@@ -2,7 +2,6 @@
 // connected simulated camera, and the reading loop on a pipe.
 #include "protocol/command_reader.h"
 
-#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -21,7 +20,6 @@
 #include "device/device_test_support.h"
 #include "sim/sim_control.h"
 #include "tests/support/stdout_capture.h"
-#include "tests/support/temp_dir.h"
 
 namespace {
 
@@ -327,30 +325,6 @@ TEST_F(CommandReaderTest, ReadsLinesInOrderUntilHangUp) {
     feed_reader(device_.get(), codes_, c.input, c.hang_up_first);
     EXPECT_EQ(new_lines(), c.lines);
     EXPECT_FALSE(running.load());  // the end of the reader ends the run
-  }
-}
-
-// End of input without a hang-up (a file, /dev/null) ends the reader and the
-// run as a hang-up does.
-TEST_F(CommandReaderTest, EndOfFileEndsTheRun) {
-  TempDir dir;
-  const std::string end = "END - elixir_handler_stdin";
-  const struct {
-    std::string path;
-    std::vector<std::string> lines;
-  } cases[] = {
-      {"/dev/null", {end}},
-      {dir.write("commands", "RESET\nbogus\nRESET"), {"ACK", "NACK", "ACK", end}},
-  };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.path);
-    const int fd = open(c.path.c_str(), O_RDONLY);
-    ASSERT_GE(fd, 0);
-    reset_run_flag();
-    read_commands(fd, device_.get(), codes_);
-    close(fd);
-    EXPECT_EQ(new_lines(), c.lines);
-    EXPECT_FALSE(running.load());
   }
 }
 

@@ -162,39 +162,6 @@ TEST(SimRecords, DevicePropertyCopiesAreDeep) {
   EXPECT_EQ(empty.GetValueSize(), 0u);
 }
 
-// The raw attributes reach the record as written, and every buffer holds
-// what the record claims.
-TEST(SimRecords, RawAttributesShapeTheRecord) {
-  Scenario s;
-  std::string error;
-  ASSERT_TRUE(
-      parse_scenario("property 0x104 UInt16 7 rw 1 2 type=UInt32 size=6\n"
-                     "property 0x100 UInt8 7 ro 1 bytes=0a0B0c\n"
-                     "property 0x103 UInt8 7 ro 1 size=0xFFFFFFFF values=null\n"
-                     "property 0x765 STR \"abc\" ro str-length=6\n"
-                     "property 0x751 STR \"abc\" ro str=null\n",
-                     &s, &error))
-      << error;
-  ASSERT_EQ(s.properties.size(), 5u);
-  SCRSDK::CrDeviceProperty r[5];
-  for (size_t i = 0; i < 5; ++i) sim::fill_property_record(s.properties[i], &r[i]);
-
-  EXPECT_EQ(r[0].GetValueType(), SCRSDK::CrDataType_UInt32);
-  ASSERT_EQ(r[0].GetValueSize(), 6u);
-  EXPECT_EQ(std::vector<CrInt8u>(r[0].GetValues(), r[0].GetValues() + 6),
-            (std::vector<CrInt8u>{1, 0, 2, 0, 0, 0}));
-  ASSERT_EQ(r[1].GetValueSize(), 3u);
-  EXPECT_EQ(r[1].GetValues()[1], 0x0B);
-  EXPECT_EQ(r[2].GetValueSize(), 0xFFFFFFFFu);
-  EXPECT_EQ(r[2].GetValues(), nullptr);
-  const SCRSDK::CrDeviceProperty copy(r[3]);
-  ASSERT_NE(copy.GetCurrentStr(), nullptr);
-  EXPECT_EQ(copy.GetCurrentStr()[0], 6);
-  EXPECT_EQ(std::string(reinterpret_cast<const char*>(copy.GetCurrentStr() + 1), 6),
-            std::string("abc\0\0\0", 6));
-  EXPECT_EQ(r[4].GetCurrentStr(), nullptr);
-}
-
 TEST(SimRecords, LiveViewPropertyCopyKeepsTimeCode) {
   SCRSDK::CrLiveViewProperty original;
   original.SetCode(0x121);

@@ -1,15 +1,12 @@
 // Tests of the simulated camera through the SDK calls, for what the device and
-// process tests do not reach: stepping, recording, injected failures, control
-// lines and the control FIFO.
-#include <fcntl.h>
+// process tests do not reach: stepping, recording, injected failures and
+// control lines.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -168,29 +165,6 @@ TEST_F(SimulatorTest, ControlLinesAndTimedEvents) {
   ASSERT_TRUE(sim::fire("warning 0x1"));
   ASSERT_TRUE(sim::wait_idle());
   EXPECT_EQ(callbacks(), (std::vector<std::string>{"OnDisconnected error=0x8207"}));
-}
-
-// The trace file is read by the process tests.
-TEST_F(SimulatorTest, ControlFifo) {
-  TempDir dir;
-  const std::string fifo = dir.file("control");
-  setenv("VK_SONY_SIM_CONTROL", fifo.c_str(), 1);
-  connect();
-  // Writers that open, write and close repeatedly.
-  for (const char* line : {"warning 0x20010\n", "bogus line\nnotify 0x104 0x115\n"}) {
-    const int fd = ::open(fifo.c_str(), O_WRONLY);
-    ASSERT_GE(fd, 0);
-    ASSERT_EQ(::write(fd, line, std::strlen(line)), static_cast<ssize_t>(std::strlen(line)));
-    ::close(fd);
-  }
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(5);
-  while (callbacks().size() < 2 && std::chrono::steady_clock::now() < deadline) {
-    ASSERT_TRUE(sim::wait_idle(std::chrono::milliseconds(20)));
-  }
-  EXPECT_EQ(callbacks(), (std::vector<std::string>{"OnWarning warning=0x20010",
-                                                   "OnPropertyChangedCodes codes=0x104,0x115"}));
-  EXPECT_TRUE(Release());  // joins the reader although the FIFO is idle
-  unsetenv("VK_SONY_SIM_CONTROL");
 }
 
 // A bad line is covered by the process tests.

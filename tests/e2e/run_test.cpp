@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -66,12 +65,6 @@ class BridgeRunTest : public ::testing::Test {
   std::string trace_path() const { return dir_.file("trace"); }
   std::string control_path() const { return dir_.file("control"); }
 
-  // Starts a bridge on kScenario plus `extra` scenario lines and waits for READY.
-  void start(const std::string& extra = "") {
-    bridge_ = start_until_ready({kUsbId}, env(std::string(kScenario) + extra));
-    ASSERT_TRUE(bridge_);
-  }
-
   std::vector<std::string> trace_with(const std::string& needle) const {
     std::vector<std::string> found;
     for (const std::string& line : read_lines(trace_path())) {
@@ -81,50 +74,7 @@ class BridgeRunTest : public ::testing::Test {
   }
 
   TempDir dir_;
-  std::unique_ptr<BridgeProcess> bridge_;
 };
-
-TEST_F(BridgeRunTest, SetIsAcknowledgedAfterConfirmationThenReported) {
-  ASSERT_NO_FATAL_FAILURE(start());
-  bridge_->send("set ISO_SENSITIVITY 1600");
-  ASSERT_EQ(bridge_->read_line(), "ACK");
-  EXPECT_EQ(bridge_->read_line(), "status ISO_SENSITIVITY 1600 [400 800 1600] RW");
-  EXPECT_EQ(trace_with("SetDeviceProperty code=0x729 value=1600").size(), 1u);
-
-  // Writing the current value is answered at once and reaches no camera.
-  bridge_->send("set ISO_SENSITIVITY 1600");
-  EXPECT_EQ(bridge_->read_line(), "ACK");
-  EXPECT_EQ(trace_with("SetDeviceProperty code=0x729").size(), 1u);
-
-  bridge_->send("get ISO_SENSITIVITY");
-  EXPECT_EQ(bridge_->read_line(), "status ISO_SENSITIVITY 1600 [400 800 1600] RW");
-}
-
-TEST_F(BridgeRunTest, TimecodeArrivesWithTheNextFlushedLine) {
-  ASSERT_NO_FATAL_FAILURE(start());
-  bridge_->send("get TC");
-  // The time-code line is raw and not flushed on its own ...
-  EXPECT_FALSE(bridge_->read_line(300ms).has_value());
-  // ... a following RESET's ACK carries it out.
-  bridge_->send("RESET");
-  EXPECT_EQ(bridge_->read_line(), "status TC 3600 [3600] RO");
-  EXPECT_EQ(bridge_->read_line(), "ACK");
-}
-
-// Commands sent at once to a camera that takes its time: each gets its own
-// answer, in command order, and the second write is made although it goes
-// back to the value before the first.
-TEST_F(BridgeRunTest, PipelinedCommandsGetTheirOwnAnswersInOrder) {
-  ASSERT_NO_FATAL_FAILURE(start("confirm 200\n"));
-  for (const char* line : {"set ISO_SENSITIVITY 1600", "RESET", "get MENU", "set ISO_SENSITIVITY 800"}) {
-    bridge_->send(line);
-  }
-  const std::vector<std::string> expected = {"ACK", "status ISO_SENSITIVITY 1600 [400 800 1600] RW", "ACK",
-                                             "ACK", "ACK", "status ISO_SENSITIVITY 800 [400 800 1600] RW"};
-  for (const std::string& line : expected) EXPECT_EQ(bridge_->read_line(), line);
-  EXPECT_EQ(trace_with("SetDeviceProperty code=0x729").size(), 2u);
-  EXPECT_FALSE(bridge_->read_line(300ms).has_value());
-}
 
 // A write the camera never confirms, with another command queued behind
 // it: whatever ends the run, the waiting write is answered "NACK", the
@@ -182,37 +132,6 @@ TEST_F(BridgeRunTest, StuckWriteEndsWithTheRun) {
                       : std::vector<std::string>{"Disconnect", "ReleaseDevice", "Release"};
     EXPECT_EQ(teardown_calls(trace_path()), expected);
   }
-}
-
-// A typo costs one NACK, never the camera link.
-TEST_F(BridgeRunTest, MalformedInputIsRefusedAndTheRunGoesOn) {
-  ASSERT_NO_FATAL_FAILURE(start());
-  for (const char* line : {"set ISO NOPE", "set FSTOP abc", "set ISO", "action SHUTTER_PRESS x", "set FOO 1",
-                           "set FOCUS_MODE AF_C\r", "RESET"}) {
-    bridge_->send(line);
-  }
-  for (const char* answer : {"NACK", "NACK", "NACK", "NACK", "NACK", "NACK", "ACK"}) {
-    EXPECT_EQ(bridge_->read_line(), answer);
-  }
-  EXPECT_TRUE(trace_with("SetDeviceProperty").empty());
-}
-
-// A camera that never confirms: each write is answered "NACK" at the
-// deadline, the next command goes on, and the run ends on request.
-TEST_F(BridgeRunTest, UnconfirmedWriteIsRefusedAtTheDeadline) {
-  EnvChanges changes = env(std::string(kScenario) + "confirm never\n");
-  changes["VK_SONY_CONFIRM_TIMEOUT_MS"] = "200";
-  bridge_ = start_until_ready({kUsbId}, changes);
-  ASSERT_TRUE(bridge_);
-  bridge_->send("set ISO_SENSITIVITY 1600");
-  bridge_->send("set ISO_SENSITIVITY 400");
-  EXPECT_EQ(bridge_->read_line(), "NACK");
-  EXPECT_EQ(bridge_->read_line(), "NACK");
-  EXPECT_EQ(trace_with("SetDeviceProperty").size(), 2u);
-
-  bridge_->signal(SIGTERM);
-  EXPECT_TRUE(bridge_->expect_line("CLOSED", 3s));
-  EXPECT_EQ(bridge_->wait_exit(5s), 1);
 }
 
 // Every way a run ends: the last lines, the exit status and the teardown.
@@ -295,16 +214,6 @@ TEST_F(BridgeRunTest, EndOfInputEndsRun) {
   std::vector<std::string> calls = teardown_calls(trace_path());
   if (!calls.empty() && calls.front() == "Disconnect") calls.erase(calls.begin());
   EXPECT_EQ(calls, (std::vector<std::string>{"ReleaseDevice", "Release"}));
-}
-
-// "*" finds no camera in the system's USB tree and falls back to the SDK's
-// search.
-TEST_F(BridgeRunTest, AnyCameraIdFallsBackToTheSdkSearch) {
-  auto started = start_until_ready({"*"}, env(kScenario));
-  ASSERT_TRUE(started);
-  started->close_stdin();
-  EXPECT_TRUE(started->expect_line("CLOSED"));
-  EXPECT_EQ(started->wait_exit(), 1);
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include <sstream>
 #include <vector>
 
-#include "properties/property_table.h"
-#include "base/device_property_names.h"
 #include "base/base.h"
+#include "base/device_property_names.h"
+#include "properties/property_table.h"
 
 namespace {
 

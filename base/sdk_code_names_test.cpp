@@ -6,8 +6,8 @@
 #include <sstream>
 #include <string>
 
-#include "base/device_property_names.h"
 #include "base/base.h"
+#include "base/device_property_names.h"
 
 namespace {
 

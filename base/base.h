@@ -86,11 +86,6 @@ size_t element_width(uint32_t type);
 std::string compose_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
                                   ToTextFn to_text, SkipValueFn skip, bool list_values);
 
-// Composes the property status line, writes it with write_report_line and
-// logs it.
-void write_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
-                         ToTextFn to_text, SkipValueFn skip, bool list_values);
-
 // ---- SDK code names ------------------------------------------------------
 
 // The SDK's name of an error or warning code ("SDK::CrError_None"), or

@@ -200,9 +200,12 @@ std::string compose_status_line(const std::string& key, const PropertyFields& fi
                 " (text) reported; shown as text");
   }
 
-  std::string line = "status " + key + " ";
+  // One buffer, sized for a typical line, so that appending rarely reallocates.
+  std::string line;
+  line.reserve(key.size() + 96);
+  line.append("status ", 7).append(key).push_back(' ');
   line += string_record ? current_string_text(fields.current_str) : to_text(fields.current);
-  line += list_values ? " [" : " {";
+  line.append(list_values ? " [" : " {", 2);
 
   size_t appended = 0;
   if (string_record && fields.size > 0) {
@@ -240,8 +243,7 @@ std::string compose_status_line(const std::string& key, const PropertyFields& fi
     // For a string-typed property this shows the raw current value on purpose.
     line += to_text(fields.current);
   }
-  line += list_values ? "]" : "}";
-  line += ' ';
-  line += fields.writable ? "RW" : "RO";
+  line.push_back(list_values ? ']' : '}');
+  line.append(fields.writable ? " RW" : " RO", 3);
   return line;
 }

@@ -17,10 +17,3 @@ std::string compose_property_line(const std::string& key, const SCRSDK::CrDevice
   fields.writable = property.IsSetEnableCurrentValue();
   return compose_status_line(key, fields, to_text, skip, list_values);
 }
-
-void write_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
-                         SkipValueFn skip, bool list_values) {
-  const std::string line = compose_property_line(key, property, to_text, skip, list_values);
-  write_report_line(line);
-  log_message(line);
-}

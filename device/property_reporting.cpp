@@ -140,22 +140,25 @@ void CameraDevice::report_cached(uint32_t code) {
                 ")");
     return;
   }
-  // Copy out of the cache so that the line is written without the lock.
-  SCRSDK::CrDeviceProperty property;
+  // Composed from the cached record under the lock (no copy of the record
+  // and its buffers); written without it.
+  std::string line;
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
+    static const SCRSDK::CrDeviceProperty kNoRecord;
     const auto found = properties.find(code);
-    if (found != properties.end()) property = found->second;
-  }
-  if (black_level_alias) {
-    // These models carry their black level under 0x2AC; the parent knows
-    // it by the name "PP_BLACK_LEVEL".
-    if (row != nullptr) {
-      write_property_line("PP_BLACK_LEVEL", property, row->toText, row->skipValue, row->listValues);
+    const SCRSDK::CrDeviceProperty& property = found != properties.end() ? found->second : kNoRecord;
+    if (black_level_alias) {
+      // These models carry their black level under 0x2AC; the parent knows
+      // it by the name "PP_BLACK_LEVEL".
+      static const std::string kBlackLevelKey = "PP_BLACK_LEVEL";
+      line = row != nullptr
+                 ? compose_property_line(kBlackLevelKey, property, row->toText, row->skipValue, row->listValues)
+                 : compose_property_line(kBlackLevelKey, property, numeric_text, keep_all, false);
     } else {
-      write_property_line("PP_BLACK_LEVEL", property, numeric_text, keep_all, false);
+      line = compose_property_line(row->name, property, row->toText, row->skipValue, row->listValues);
     }
-    return;
   }
-  write_property_line(row->name, property, row->toText, row->skipValue, row->listValues);
+  write_report_line(line);
+  log_message(line);
 }

@@ -3,7 +3,7 @@
 #include "properties/formatters.h"
 
 #include <cstring>
-#include <sstream>
+#include <cstdio>
 #include <stdexcept>
 
 #include "properties/target_numbers.h"
@@ -49,10 +49,11 @@ std::string signed_decimal(int64_t value) {
 }
 
 // Default stream formatting: six significant digits, no trailing zeros.
+// printf's %g is what the stream does by default, without building a stream.
 std::string print_double(double value) {
-  std::ostringstream out;
-  out << value;
-  return out.str();
+  char buffer[32];
+  const int n = std::snprintf(buffer, sizeof buffer, "%g", value);
+  return std::string(buffer, n > 0 ? static_cast<size_t>(n) : 0);
 }
 
 // Rounds to one decimal, halves away from zero; the sign of a negative number

@@ -26,6 +26,11 @@ uint32_t camera_model_number(std::string_view name);
 // The model name of a model number, or "" for numbers without a name.
 const char* camera_model_name(uint32_t number);
 
+// Whether the cached record `cached` already holds all that `fresh` reports
+// (every field and the bytes of every buffer), so that copying `fresh` into
+// the cache can be skipped.
+bool same_property_record(const SCRSDK::CrDeviceProperty& cached, const SCRSDK::CrDeviceProperty& fresh);
+
 // ---- The command gate ----------------------------------------------------
 
 // A binary semaphore used as a baton: one camera operation takes it and

@@ -60,6 +60,60 @@ TEST(ConfirmTimeout, PositiveDecimalOrTheDefault) {
   unsetenv("VK_SONY_CONFIRM_TIMEOUT_MS");
 }
 
+TEST(SamePropertyRecord, AnyDifferingFieldOrByteCounts) {
+  CrInt8u values[] = {1, 0, 2, 0};
+  CrInt16u text[] = {3, 0x6261, 0x0063};  // length 3, "abc"
+  auto record = [&] {
+    SCRSDK::CrDeviceProperty r;
+    r.SetCode(0x104);
+    r.SetValueType(SCRSDK::CrDataType_UInt16Array);
+    r.SetPropertyEnableFlag(SCRSDK::CrEnableValue_True);
+    r.SetPropertyVariableFlag(SCRSDK::CrEnableValue_Variable);
+    r.SetCurrentValue(2);
+    r.SetCurrentStr(text);
+    r.SetValueSize(4);
+    r.SetValues(values);
+    r.SetSetValueSize(4);
+    r.SetSetValues(values);
+    return r;
+  };
+  CrInt8u other_values[] = {1, 0, 3, 0};
+  CrInt16u other_text[] = {3, 0x6261, 0x0064};
+  struct Case {
+    const char* change;
+    void (*apply)(SCRSDK::CrDeviceProperty*, CrInt8u*, CrInt16u*);
+  };
+  const Case cases[] = {
+      {"code", [](SCRSDK::CrDeviceProperty* r, CrInt8u*, CrInt16u*) { r->SetCode(0x105); }},
+      {"type", [](SCRSDK::CrDeviceProperty* r, CrInt8u*,
+                  CrInt16u*) { r->SetValueType(SCRSDK::CrDataType_UInt32Array); }},
+      {"enable flag", [](SCRSDK::CrDeviceProperty* r, CrInt8u*,
+                         CrInt16u*) { r->SetPropertyEnableFlag(SCRSDK::CrEnableValue_DisplayOnly); }},
+      {"variable flag", [](SCRSDK::CrDeviceProperty* r, CrInt8u*,
+                           CrInt16u*) { r->SetPropertyVariableFlag(SCRSDK::CrEnableValue_Invariable); }},
+      {"current value", [](SCRSDK::CrDeviceProperty* r, CrInt8u*, CrInt16u*) { r->SetCurrentValue(3); }},
+      {"current string text",
+       [](SCRSDK::CrDeviceProperty* r, CrInt8u*, CrInt16u* t) { r->SetCurrentStr(t); }},
+      {"no current string",
+       [](SCRSDK::CrDeviceProperty* r, CrInt8u*, CrInt16u*) { r->SetCurrentStr(nullptr); }},
+      {"candidate bytes", [](SCRSDK::CrDeviceProperty* r, CrInt8u* v, CrInt16u*) { r->SetValues(v); }},
+      {"candidate size", [](SCRSDK::CrDeviceProperty* r, CrInt8u*, CrInt16u*) { r->SetValueSize(2); }},
+      {"no candidates", [](SCRSDK::CrDeviceProperty* r, CrInt8u*, CrInt16u*) { r->SetValues(nullptr); }},
+      {"settable bytes", [](SCRSDK::CrDeviceProperty* r, CrInt8u* v, CrInt16u*) { r->SetSetValues(v); }},
+      {"settable size", [](SCRSDK::CrDeviceProperty* r, CrInt8u*, CrInt16u*) { r->SetSetValueSize(2); }},
+  };
+  const SCRSDK::CrDeviceProperty base = record();
+  EXPECT_TRUE(same_property_record(base, record()));
+  for (const Case& c : cases) {
+    SCRSDK::CrDeviceProperty changed = record();
+    c.apply(&changed, other_values, other_text);
+    EXPECT_FALSE(same_property_record(base, changed)) << c.change;
+    EXPECT_FALSE(same_property_record(changed, base)) << c.change;
+    EXPECT_TRUE(same_property_record(changed, SCRSDK::CrDeviceProperty(changed))) << c.change;
+  }
+  EXPECT_FALSE(same_property_record(SCRSDK::CrDeviceProperty(), base));
+}
+
 TEST(CommandGate, HandsOverBetweenThreadsAndToleratesDoubleRelease) {
   CommandGate gate(false);
   std::atomic<bool> passed{false};

@@ -1,6 +1,7 @@
 // Property reporting: fetching changed properties from the camera, caching
 // them and writing their status lines.
 #include <cstdint>
+#include <cstring>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -20,7 +21,36 @@ bool keep_all(uint64_t /*value*/) { return false; }
 
 bool is_quiet_live_view_code(CrInt32u code) { return code == 0x121 || code == 0x122 || code == 0x582; }
 
+// Whether two buffers of `size` bytes hold the same bytes; two absent
+// buffers are the same.
+bool same_bytes(const void* a, const void* b, size_t size) {
+  if (a == nullptr || b == nullptr) return a == b;
+  return a == b || std::memcmp(a, b, size) == 0;
+}
+
+// Whether the current string `a` equals `b`: a 16-bit length n, then n bytes.
+bool same_current_str(const uint16_t* a, const uint16_t* b) {
+  if (a == nullptr || b == nullptr) return a == b;
+  return a[0] == b[0] && same_bytes(a, b, sizeof(uint16_t) + a[0]);
+}
+
 }  // namespace
+
+// Most records of a batch report no change; the copy of such a record (and
+// of its buffers) is skipped.
+bool same_property_record(const SCRSDK::CrDeviceProperty& cached, const SCRSDK::CrDeviceProperty& fresh) {
+  return cached.GetCode() == fresh.GetCode() && cached.GetValueType() == fresh.GetValueType() &&
+         cached.GetPropertyEnableFlag() == fresh.GetPropertyEnableFlag() &&
+         cached.GetPropertyVariableFlag() == fresh.GetPropertyVariableFlag() &&
+         cached.GetCurrentValue() == fresh.GetCurrentValue() &&
+         same_current_str(cached.GetCurrentStr(), fresh.GetCurrentStr()) &&
+         cached.GetValueSize() == fresh.GetValueSize() &&
+         same_bytes(cached.GetValues(), fresh.GetValues(), fresh.GetValueSize()) &&
+         cached.GetSetValueSize() == fresh.GetSetValueSize() &&
+         same_bytes(cached.GetSetValues(), fresh.GetSetValues(), fresh.GetSetValueSize()) &&
+         cached.GetDisplayValueSize() == fresh.GetDisplayValueSize() &&
+         same_bytes(cached.GetDisplayValues(), fresh.GetDisplayValues(), fresh.GetDisplayValueSize());
+}
 
 void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
   try {
@@ -41,7 +71,8 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
       std::lock_guard<std::mutex> lock(cache_mutex);
       for (CrInt32 i = 0; list != nullptr && i < count; ++i) {
         const CrInt32u code = list[i].GetCode();
-        properties[code] = list[i];
+        SCRSDK::CrDeviceProperty& cached = properties[code];
+        if (!same_property_record(cached, list[i])) cached = list[i];
         stale_codes_.erase(code);
         reported.push_back(code);
       }
@@ -152,9 +183,9 @@ void CameraDevice::report_cached(uint32_t code) {
       // These models carry their black level under 0x2AC; the parent knows
       // it by the name "PP_BLACK_LEVEL".
       static const std::string kBlackLevelKey = "PP_BLACK_LEVEL";
-      line = row != nullptr
-                 ? compose_property_line(kBlackLevelKey, property, row->toText, row->skipValue, row->listValues)
-                 : compose_property_line(kBlackLevelKey, property, numeric_text, keep_all, false);
+      line = row != nullptr ? compose_property_line(kBlackLevelKey, property, row->toText, row->skipValue,
+                                                    row->listValues)
+                            : compose_property_line(kBlackLevelKey, property, numeric_text, keep_all, false);
     } else {
       line = compose_property_line(row->name, property, row->toText, row->skipValue, row->listValues);
     }

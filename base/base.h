@@ -12,7 +12,6 @@
 #include <string_view>
 
 #include "CameraRemote_SDK.h"
-
 #include "properties/property_table.h"
 
 // ---- Log -------------------------------------------------------------------

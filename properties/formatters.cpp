@@ -2,8 +2,8 @@
 // property table, and the converters of the measured quantities.
 #include "properties/formatters.h"
 
-#include <cstring>
 #include <cstdio>
+#include <cstring>
 #include <stdexcept>
 
 #include "properties/target_numbers.h"

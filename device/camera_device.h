@@ -63,6 +63,16 @@ void set_step_clock(StepClockFn clock);
 // Forgets every remembered target, as at process start. For tests.
 void reset_step_memory();
 
+// ---- Property codes the operations take ---------------------------------
+
+// SDK property codes that the command dispatch hands to the operations by
+// name (absolute-by-steps bases, their step properties, zoom and focus drive).
+inline constexpr uint32_t kWbTintCode = 0x15D;
+inline constexpr uint32_t kShutterEcsNumberCode = 0x161;
+inline constexpr uint32_t kShutterEcsNumberStepCode = 0x162;
+inline constexpr uint32_t kZoomOperationCode = 0x126;
+inline constexpr uint32_t kFocusOperationCode = 0x15F;
+
 // ---- CameraDevice ---------------------------------------------------------
 
 // The confirmation deadline when VK_SONY_CONFIRM_TIMEOUT_MS is unset or not a

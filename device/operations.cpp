@@ -24,10 +24,7 @@ constexpr CrInt32u kMaxLiveViewBufferBytes = 16u << 20;
 
 constexpr uint32_t kWbCode = 0x115;
 constexpr uint32_t kColorTempStepCode = 0x15B;
-constexpr uint32_t kWbTintCode = 0x15D;
 constexpr uint32_t kWbTintStepCode = 0x15E;
-constexpr uint32_t kShutterEcsNumberCode = 0x161;
-constexpr uint32_t kShutterEcsNumberStepCode = 0x162;
 constexpr uint32_t kAwbCode = 0x183;
 constexpr uint32_t kPushAutoFocusCode = 0x29C;
 constexpr uint32_t kTypeInt8 = 0x1001;

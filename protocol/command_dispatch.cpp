@@ -16,13 +16,6 @@ constexpr int kDefaultApsCHoldMs = 100;
 // while a button is held, so a hold must not keep it away for long.
 constexpr int32_t kMaxHoldMs = 60'000;
 
-// Property codes of the special "set" names.
-constexpr uint32_t kWbTintCode = 0x15D;
-constexpr uint32_t kShutterEcsNumberCode = 0x161;
-constexpr uint32_t kShutterEcsNumberStepCode = 0x162;
-constexpr uint32_t kZoomOperationCode = 294;
-constexpr uint32_t kFocusOperationCode = 351;
-
 // SDK command ids of the buttons.
 constexpr uint32_t kShutterCommand = 0;
 constexpr uint32_t kApsCCommand = 10;

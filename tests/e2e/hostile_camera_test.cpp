@@ -69,12 +69,12 @@ TEST(HostileCamera, FailingSdkCallsAreSurvived) {
     std::vector<std::string> seen;  // in this order among the lines
     const char* not_seen;
     // Also seen, in any place: the live-view report comes on the camera's
-    // thread, so it may come before or after the command's lines.
+    // thread after READY, so it may come before or after the command's lines.
     const char* seen_anywhere = nullptr;
   };
   const Case cases[] = {
       {"fail release-properties", "set ISO 1600", {"release prop failed", "ACK"}, nullptr},
-      {"fail get-lv-properties", "get TC", {"get LV prop failed", "ACK"}, "status TC "},
+      {"fail get-lv-properties", "get TC", {"ACK"}, "status TC ", "get LV prop failed"},
       {"fail release-lv-properties",
        "get TC",
        {"status TC 3600 [3600] RO", "ACK"},

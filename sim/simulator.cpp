@@ -12,8 +12,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
 
 #include "sim/trace_format.h"
 
@@ -83,15 +81,28 @@ void deliver(SCRSDK::IDeviceCallback* target, Callback c) {
   }
 }
 
+// Plain reads rather than a file stream: a stream would set up the C++
+// locale, which is most of the work of a vk-sony -v under a scenario file.
 bool read_file(const std::string& path, std::string* text, std::string* error) {
-  std::ifstream in(path);
-  if (!in) {
+  const int fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) {
     *error = std::strerror(errno);
     return false;
   }
-  std::stringstream buffer;
-  buffer << in.rdbuf();
-  *text = buffer.str();
+  text->clear();
+  char buffer[8192];
+  for (;;) {
+    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) {
+      *error = std::strerror(errno);
+      ::close(fd);
+      return false;
+    }
+    if (n == 0) break;
+    text->append(buffer, static_cast<std::size_t>(n));
+  }
+  ::close(fd);
   return true;
 }
 
@@ -247,11 +258,11 @@ uint32_t Simulator::peek_sdk_version() {
   if (env != nullptr && *env != '\0') {
     if (!read_file(env, &text, &error)) return parsed.sdk_version;
   } else {
-    // The built-in scenario parses; its version lines alone give the same
-    // answer without parsing every property at each start (vk-sony -v).
-    text = directive_lines(kDefaultScenario, "sdk-version");
+    text = kDefaultScenario;
   }
-  if (!parse_scenario(text, &parsed, &error)) return Scenario().sdk_version;
+  // Only the version lines are parsed, not every property at each start
+  // (vk-sony -v); whether the rest parses is Init's business.
+  if (!parse_scenario(directive_lines(text, "sdk-version"), &parsed, &error)) return Scenario().sdk_version;
   return parsed.sdk_version;
 }
 

@@ -65,7 +65,8 @@ class Simulator {
 
   // Scenario. init_scenario() loads the one named by VK_SONY_SIM_SCENARIO
   // (or the default) unless a test loaded one; errors go to stderr and make
-  // it return false. peek_sdk_version() never reports anything.
+  // it return false. peek_sdk_version() never reports anything and reads
+  // only the scenario's sdk-version lines.
   [[nodiscard]] bool init_scenario();
   [[nodiscard]] bool load_scenario_text(const std::string& text, std::string* error);
   uint32_t peek_sdk_version();

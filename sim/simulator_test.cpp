@@ -159,6 +159,28 @@ TEST_F(SimulatorTest, ControlLinesAndTimedEvents) {
   EXPECT_EQ(callbacks(), (std::vector<std::string>{"OnDisconnected error=0x8207"}));
 }
 
+// vk-sony -v asks for the version before any Init: it comes from the file's
+// version line wherever that stands, even in a file Init would refuse.
+TEST_F(SimulatorTest, VersionBeforeInitReadsTheWholeScenarioFile) {
+  TempDir dir;
+  std::string text;
+  while (text.size() < 20000) text += "property 0x104 UInt32 800 rw 0xFFFFFF 100 800\n";
+  const std::string good = dir.write("good", text + "sdk-version 3.4.5\n");
+  const std::string bad = dir.write("bad", "sdk-version 1.2.3\nno-such-directive\n");
+  setenv("VK_SONY_SIM_SCENARIO", good.c_str(), 1);
+  EXPECT_EQ(GetSDKVersion(), 0x03040500u);
+  setenv("VK_SONY_SIM_SCENARIO", bad.c_str(), 1);
+  EXPECT_EQ(GetSDKVersion(), 0x01020300u);
+  testing::internal::CaptureStderr();
+  EXPECT_FALSE(Init());
+  testing::internal::GetCapturedStderr();
+  setenv("VK_SONY_SIM_SCENARIO", good.c_str(), 1);
+  EXPECT_TRUE(Init());
+  EXPECT_EQ(GetSDKVersion(), 0x03040500u);
+  EXPECT_TRUE(Release());
+  unsetenv("VK_SONY_SIM_SCENARIO");
+}
+
 // A bad line is covered by the process tests.
 TEST_F(SimulatorTest, InitReportsMissingScenarioFile) {
   TempDir dir;

@@ -80,10 +80,10 @@ void write_report_line(std::string_view text);
 // Types without a rule write the raw line "unhandled unit" and give 4.
 size_t element_width(uint32_t type);
 
-// Composes the property status line:
-// "status KEY VALUE [C1 C2 ...] RW" (or "{...}" and "RO").
-std::string compose_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
-                                  ToTextFn to_text, SkipValueFn skip, bool list_values);
+// Appends the property status line of `property` to `*line`:
+// "status KEY VALUE [C1 C2 ...] RW" (or "{...}" and "RO"), no newline.
+void append_property_line(std::string_view key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
+                          SkipValueFn skip, bool list_values, std::string* line);
 
 // ---- SDK code names ------------------------------------------------------
 

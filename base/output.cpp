@@ -159,24 +159,26 @@ size_t element_width(uint32_t type) {
 
 namespace {
 
-// The text of an SDK current string: a 16-bit length n, then n bytes. Reads
-// only within those n bytes and stops at the first zero byte; a control
-// character would break the line framing and is shown as "?". Null gives
-// "UNKNOWN".
-std::string current_string_text(const uint16_t* str) {
-  if (str == nullptr) return "UNKNOWN";
+// Appends the text of an SDK current string: a 16-bit length n, then n
+// bytes. Reads only within those n bytes and stops at the first zero byte; a
+// control character would break the line framing and is shown as "?". Null
+// gives "UNKNOWN".
+void append_current_string(const uint16_t* str, std::string* out) {
+  if (str == nullptr) {
+    out->append("UNKNOWN");
+    return;
+  }
   uint16_t length = 0;
   std::memcpy(&length, str, sizeof(length));
   const auto* bytes = reinterpret_cast<const char*>(str) + sizeof(length);
-  const void* nul = std::memchr(bytes, '\0', length);
-  const size_t size = nul == nullptr ? length : static_cast<size_t>(static_cast<const char*>(nul) - bytes);
-  std::string text(bytes, size);
-  for (char& c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte == 0x7F) c = '?';
+  for (size_t i = 0; i < length && bytes[i] != '\0'; ++i) {
+    const auto byte = static_cast<unsigned char>(bytes[i]);
+    out->push_back(byte < 0x20 || byte == 0x7F ? '?' : bytes[i]);
   }
-  return text;
 }
+
+// The start of a log line about the property `key`.
+std::string about(std::string_view key) { return "Property " + std::string(key); }
 
 std::string hex_type(uint32_t type) {
   char buffer[16];
@@ -186,64 +188,71 @@ std::string hex_type(uint32_t type) {
 
 }  // namespace
 
-std::string compose_status_line(const std::string& key, const PropertyFields& fields, ToTextFn to_text,
-                                SkipValueFn skip, bool list_values) {
+void append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
+                        SkipValueFn skip, bool list_values, std::string* line) {
   const bool string_record = fields.type == kStringType;
   const bool text_row = is_text_converter(to_text);
   // The record's data type decides what its value is; a mismatch with the
   // row is shown as well as it can be and logged.
   if (text_row && !string_record) {
-    log_message("Property " + key + ": text expected, data type " + hex_type(fields.type) +
+    log_message(about(key) + ": text expected, data type " + hex_type(fields.type) +
                 " reported; shown as a number");
   } else if (!text_row && string_record) {
-    log_message("Property " + key + ": data type " + hex_type(fields.type) +
-                " (text) reported; shown as text");
+    log_message(about(key) + ": data type " + hex_type(fields.type) + " (text) reported; shown as text");
   }
 
-  // One buffer, sized for a typical line, so that appending rarely reallocates.
-  std::string line;
-  line.reserve(key.size() + 96);
-  line.append("status ", 7).append(key).push_back(' ');
-  line += string_record ? current_string_text(fields.current_str) : to_text(fields.current);
-  line.append(list_values ? " [" : " {", 2);
+  line->append("status ", 7).append(key).push_back(' ');
+  if (string_record) {
+    append_current_string(fields.current_str, line);
+  } else {
+    to_text(fields.current, line);
+  }
+  line->append(list_values ? " [" : " {", 2);
 
   size_t appended = 0;
   if (string_record && fields.size > 0) {
     // A text has no candidate values; the bytes are not shown.
-    log_message("Property " + key + ": " + std::to_string(fields.size) +
+    log_message(about(key) + ": " + std::to_string(fields.size) +
                 " candidate bytes of a text property ignored");
   } else if (fields.values != nullptr && fields.size > 0) {
     const size_t unit = element_width(fields.type);
     // A zero width would never advance; such a type has no candidates to show.
     const size_t count = unit == 0 ? 0 : fields.size / unit;
     if (unit != 0 && fields.size % unit != 0) {
-      log_message("Property " + key + ": " + std::to_string(fields.size % unit) +
+      log_message(about(key) + ": " + std::to_string(fields.size % unit) +
                   " trailing candidate bytes that make no whole element of data type " +
                   hex_type(fields.type) + " ignored");
     }
     const size_t listed = count < kMaxListedCandidates ? count : kMaxListedCandidates;
     if (listed < count) {
-      log_message("Property " + key + ": " + std::to_string(count) + " candidates, the first " +
+      log_message(about(key) + ": " + std::to_string(count) + " candidates, the first " +
                   std::to_string(listed) + " shown");
     }
     // Little-endian, zero-extended; a 16-byte element contributes its low 8.
     const size_t bytes = unit < sizeof(uint64_t) ? unit : sizeof(uint64_t);
     for (size_t i = 0; i < listed; ++i) {
+      const uint8_t* element = fields.values + i * unit;
       uint64_t value = 0;
-      std::memcpy(&value, fields.values + i * unit, bytes);
+      for (size_t k = bytes; k-- > 0;) value = value << 8 | element[k];
       if (skip(value)) continue;
-      line += to_text(value);
-      line += ' ';
+      to_text(value, line);
+      line->push_back(' ');
       ++appended;
     }
   }
   if (appended > 0) {
-    line.pop_back();  // the closing bracket takes the place of the last space
+    line->pop_back();  // the closing bracket takes the place of the last space
   } else {
     // For a string-typed property this shows the raw current value on purpose.
-    line += to_text(fields.current);
+    to_text(fields.current, line);
   }
-  line.push_back(list_values ? ']' : '}');
-  line.append(fields.writable ? " RW" : " RO", 3);
+  line->push_back(list_values ? ']' : '}');
+  line->append(fields.writable ? " RW" : " RO", 3);
+}
+
+std::string compose_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
+                                SkipValueFn skip, bool list_values) {
+  std::string line;
+  append_status_line(key, fields, to_text, skip, list_values, &line);
   return line;
 }

@@ -6,8 +6,8 @@
 
 #include "base/base.h"
 
-std::string compose_property_line(const std::string& key, const SCRSDK::CrDeviceProperty& property,
-                                  ToTextFn to_text, SkipValueFn skip, bool list_values) {
+void append_property_line(std::string_view key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
+                          SkipValueFn skip, bool list_values, std::string* line) {
   PropertyFields fields;
   fields.type = static_cast<uint32_t>(property.GetValueType());
   fields.current = property.GetCurrentValue();
@@ -15,5 +15,5 @@ std::string compose_property_line(const std::string& key, const SCRSDK::CrDevice
   fields.values = property.GetValues();
   fields.size = property.GetValueSize();
   fields.writable = property.IsSetEnableCurrentValue();
-  return compose_status_line(key, fields, to_text, skip, list_values);
+  append_status_line(key, fields, to_text, skip, list_values, line);
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "properties/property_table.h"
 
@@ -23,7 +24,8 @@ struct PropertyFields {
 // there (and the cut is logged).
 inline constexpr uint32_t kMaxListedCandidates = 4096;
 
-// "status KEY VALUE [C1 C2 ...] RW" (or "{...}" and "RO"). The data type of
+// Appends "status KEY VALUE [C1 C2 ...] RW" (or "{...}" and "RO") to
+// `*line`, without a newline. The data type of
 // the record decides how the value is read, never the converter: a string-
 // typed record shows its current string (read only within its length, up to
 // the first zero byte, control characters shown as "?"), any other record
@@ -33,7 +35,11 @@ inline constexpr uint32_t kMaxListedCandidates = 4096;
 // match its row (a text row with a numeric type, candidates on a string,
 // trailing bytes that do not make a whole element, more than
 // kMaxListedCandidates candidates) is shown as far as it can be and logged.
-std::string compose_status_line(const std::string& key, const PropertyFields& fields, ToTextFn to_text,
+void append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
+                        SkipValueFn skip, bool list_values, std::string* line);
+
+// The same line as a string of its own.
+std::string compose_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
                                 SkipValueFn skip, bool list_values);
 
 #endif  // VK_SONY_BASE_PROPERTY_LINE_H

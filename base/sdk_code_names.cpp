@@ -267,7 +267,7 @@ std::string display_string_type_name(uint32_t type) {
 std::string exposure_program_name(int32_t value) {
   // The property converter reads the low 32 bits, where -1 would wrap round.
   if (value < 1) return "UNKNOWN";
-  return exposureModeToText(static_cast<uint32_t>(value));
+  return value_text(exposureModeToText, static_cast<uint32_t>(value));
 }
 
 std::string live_view_property_name(uint32_t code) {

@@ -222,6 +222,8 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   // Writes the status lines held back while a quick-ack write was in flight.
   // Caller holds answer_mutex_.
   void flush_held_reports();
+  // Writes the status line of the cached record of `code` (or logs a code
+  // the bridge does not support). Caller holds answer_mutex_.
   void report_cached(uint32_t code);
   // Opens the gate and ends wait_for_first_batch, once, after OnConnected.
   void open_after_first_batch();
@@ -235,6 +237,7 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   bool last_answer_ok_ = false;             // GUARDED_BY(answer_mutex_)
   bool quick_in_flight_ = false;            // GUARDED_BY(answer_mutex_)
   std::vector<uint32_t> held_codes_;        // GUARDED_BY(answer_mutex_)
+  std::string line_buffer_;                 // GUARDED_BY(answer_mutex_): report_cached's line
   // Codes whose cached value may be out of date (a fetch failed, or a write
   // went unconfirmed): the no-change rule does not trust them.
   std::set<uint32_t> stale_codes_;  // GUARDED_BY(cache_mutex)

@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t kBlackLevelCode = 0x2AC;
 
-std::string numeric_text(uint64_t value) { return std::to_string(value); }
+void numeric_text(uint64_t value, std::string* out) { out->append(std::to_string(value)); }
 
 bool keep_all(uint64_t /*value*/) { return false; }
 
@@ -172,8 +172,10 @@ void CameraDevice::report_cached(uint32_t code) {
     return;
   }
   // Composed from the cached record under the lock (no copy of the record
-  // and its buffers); written without it.
-  std::string line;
+  // and its buffers), into a buffer that keeps its capacity from line to
+  // line; written without the lock.
+  std::string& line = line_buffer_;
+  line.clear();
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
     static const SCRSDK::CrDeviceProperty kNoRecord;
@@ -182,12 +184,14 @@ void CameraDevice::report_cached(uint32_t code) {
     if (black_level_alias) {
       // These models carry their black level under 0x2AC; the parent knows
       // it by the name "PP_BLACK_LEVEL".
-      static const std::string kBlackLevelKey = "PP_BLACK_LEVEL";
-      line = row != nullptr ? compose_property_line(kBlackLevelKey, property, row->toText, row->skipValue,
-                                                    row->listValues)
-                            : compose_property_line(kBlackLevelKey, property, numeric_text, keep_all, false);
+      constexpr std::string_view kBlackLevelKey = "PP_BLACK_LEVEL";
+      if (row != nullptr) {
+        append_property_line(kBlackLevelKey, property, row->toText, row->skipValue, row->listValues, &line);
+      } else {
+        append_property_line(kBlackLevelKey, property, numeric_text, keep_all, false, &line);
+      }
     } else {
-      line = compose_property_line(row->name, property, row->toText, row->skipValue, row->listValues);
+      append_property_line(row->name, property, row->toText, row->skipValue, row->listValues, &line);
     }
   }
   write_report_line(line);

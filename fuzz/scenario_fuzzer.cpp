@@ -15,7 +15,7 @@
 namespace {
 
 bool keep_all(uint64_t) { return false; }
-std::string decimal(uint64_t value) { return std::to_string(value); }
+void decimal(uint64_t value, std::string* out) { out->append(std::to_string(value)); }
 
 }  // namespace
 
@@ -50,9 +50,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     sim::fill_property_record(property, &record);
     const SCRSDK::CrDeviceProperty copy(record);
     const PropertyInfo* row = find_property(copy.GetCode());
-    const std::string line =
-        row != nullptr ? compose_property_line(row->name, copy, row->toText, row->skipValue, row->listValues)
-                       : compose_property_line("K", copy, decimal, keep_all, false);
+    std::string line;
+    if (row != nullptr) {
+      append_property_line(row->name, copy, row->toText, row->skipValue, row->listValues, &line);
+    } else {
+      append_property_line("K", copy, decimal, keep_all, false, &line);
+    }
     if (line.find('\n') != std::string::npos) std::abort();
   }
   flush_raw_lines();  // "unhandled unit" waits for the next write otherwise

@@ -23,62 +23,79 @@ constexpr char kDigitPairs[] =
     "80818283848586878889"
     "90919293949596979899";
 
-std::string unsigned_decimal(uint64_t value) {
+void append_unsigned(uint64_t value, std::string* out) {
   char buffer[20];
   char* end = buffer + sizeof(buffer);
-  char* out = end;
+  char* first = end;
   while (value >= 100) {
     const uint64_t pair = value % 100;
     value /= 100;
-    *--out = kDigitPairs[pair * 2 + 1];
-    *--out = kDigitPairs[pair * 2];
+    *--first = kDigitPairs[pair * 2 + 1];
+    *--first = kDigitPairs[pair * 2];
   }
   if (value >= 10) {
-    *--out = kDigitPairs[value * 2 + 1];
-    *--out = kDigitPairs[value * 2];
+    *--first = kDigitPairs[value * 2 + 1];
+    *--first = kDigitPairs[value * 2];
   } else {
-    *--out = static_cast<char>('0' + value);
+    *--first = static_cast<char>('0' + value);
   }
-  return std::string(out, end);
+  out->append(first, static_cast<size_t>(end - first));
 }
 
-std::string signed_decimal(int64_t value) {
-  if (value >= 0) return unsigned_decimal(static_cast<uint64_t>(value));
-  // Negate in unsigned arithmetic so that the minimum does not overflow.
-  return "-" + unsigned_decimal(0 - static_cast<uint64_t>(value));
+void append_signed(int64_t value, std::string* out) {
+  if (value >= 0) {
+    append_unsigned(static_cast<uint64_t>(value), out);
+  } else {
+    // Negate in unsigned arithmetic so that the minimum does not overflow.
+    out->push_back('-');
+    append_unsigned(0 - static_cast<uint64_t>(value), out);
+  }
 }
 
 // Default stream formatting: six significant digits, no trailing zeros.
 // printf's %g is what the stream does by default, without building a stream.
-std::string print_double(double value) {
+void append_double(double value, std::string* out) {
   char buffer[32];
   const int n = std::snprintf(buffer, sizeof buffer, "%g", value);
-  return std::string(buffer, n > 0 ? static_cast<size_t>(n) : 0);
+  out->append(buffer, n > 0 ? static_cast<size_t>(n) : 0);
 }
 
-// Rounds to one decimal, halves away from zero; the sign of a negative number
-// rounded to zero survives ("-0").
-double round_one_decimal(double value) {
-  if (value >= 0) return static_cast<double>(static_cast<int64_t>(value * 10 + 0.5)) / 10;
-  return -(static_cast<double>(static_cast<int64_t>(-value * 10 + 0.5)) / 10);
+// Rounds to one decimal, halves away from zero, and appends the result as
+// append_double would. The sign of a negative number rounded to zero
+// survives ("-0").
+void append_one_decimal(double value, std::string* out) {
+  const bool negative = value < 0;
+  const int64_t tenths = static_cast<int64_t>((negative ? -value : value) * 10 + 0.5);
+  if (tenths >= 1000000) {
+    // Past six significant digits %g rounds away the decimal or switches to
+    // an exponent: left to printf.
+    const double rounded = static_cast<double>(tenths) / 10;
+    append_double(negative ? -rounded : rounded, out);
+    return;
+  }
+  // Below that %g shows the tenths exactly: "12.3", or "12" for "12.0".
+  if (negative) out->push_back('-');
+  append_unsigned(static_cast<uint64_t>(tenths / 10), out);
+  if (tenths % 10 != 0) {
+    out->push_back('.');
+    out->push_back(static_cast<char>('0' + tenths % 10));
+  }
 }
 
 }  // namespace
 
-std::string formatUnsigned(uint64_t value) { return unsigned_decimal(value); }
+void formatUnsigned(uint64_t value, std::string* out) { append_unsigned(value, out); }
 
-std::string formatInt16(uint64_t value) {
-  return signed_decimal(static_cast<int16_t>(static_cast<uint16_t>(value & 0xFFFF)));
+void formatInt16(uint64_t value, std::string* out) {
+  append_signed(static_cast<int16_t>(static_cast<uint16_t>(value & 0xFFFF)), out);
 }
 
-std::string formatInt8(uint64_t value) {
-  return signed_decimal(static_cast<int8_t>(static_cast<uint8_t>(value & 0xFF)));
+void formatInt8(uint64_t value, std::string* out) {
+  append_signed(static_cast<int8_t>(static_cast<uint8_t>(value & 0xFF)), out);
 }
 
-std::string formatButtonState(uint64_t value) {
-  if (value == 1) return "UP";
-  if (value == 2) return "DOWN";
-  return "UNKOWN";
+void formatButtonState(uint64_t value, std::string* out) {
+  out->append(value == 1 ? "UP" : value == 2 ? "DOWN" : "UNKOWN");
 }
 
 uint64_t parseDecimal(const std::string& text) {
@@ -95,9 +112,8 @@ bool acceptAll(uint64_t /*value*/) { return false; }
 
 bool keepUnitNumerator(uint64_t value) { return ((value >> 16) & 0xFFFF) != 1; }
 
-std::string exposureBiasToText(uint64_t value) {
-  const double ev = static_cast<int16_t>(static_cast<uint16_t>(value & 0xFFFF)) / 1000.0;
-  return print_double(round_one_decimal(ev));
+void exposureBiasToText(uint64_t value, std::string* out) {
+  append_one_decimal(static_cast<int16_t>(static_cast<uint16_t>(value & 0xFFFF)) / 1000.0, out);
 }
 
 uint64_t exposureBiasFromText(const std::string& text) {
@@ -105,11 +121,16 @@ uint64_t exposureBiasFromText(const std::string& text) {
   return float_to_uint32(stof32(text)) & 0xFFFF;
 }
 
-std::string fNumberToText(uint64_t value) {
-  if (value == 0 || value == 0xFFFD) return "32";
-  if (value == 0xFFFE || value == 0xFFFF) return "-";
-  if (value % 100 == 0) return unsigned_decimal(value / 100);
-  return print_double(round_one_decimal(static_cast<double>(value) / 100.0));
+void fNumberToText(uint64_t value, std::string* out) {
+  if (value == 0 || value == 0xFFFD) {
+    out->append("32");
+  } else if (value == 0xFFFE || value == 0xFFFF) {
+    out->push_back('-');
+  } else if (value % 100 == 0) {
+    append_unsigned(value / 100, out);
+  } else {
+    append_one_decimal(static_cast<double>(value) / 100.0, out);
+  }
 }
 
 uint64_t fNumberFromText(const std::string& text) {
@@ -117,10 +138,12 @@ uint64_t fNumberFromText(const std::string& text) {
   return float_to_uint32(scaled) & 0xFFFF;
 }
 
-std::string isoToText(uint64_t value) {
-  if (value == 0xFFFFFF) return "AUTO";
-  if (value == 1 || value == 2) return "";
-  return unsigned_decimal(value & 0xFFFFFF);
+void isoToText(uint64_t value, std::string* out) {
+  if (value == 0xFFFFFF) {
+    out->append("AUTO");
+  } else if (value != 1 && value != 2) {
+    append_unsigned(value & 0xFFFFFF, out);
+  }
 }
 
 uint64_t isoFromText(const std::string& text) {
@@ -128,9 +151,14 @@ uint64_t isoFromText(const std::string& text) {
   return static_cast<uint32_t>(stoi32(text));
 }
 
-std::string shutterSpeedToText(uint64_t value) {
-  if (value == 0) return "Bulb";
-  return unsigned_decimal((value >> 16) & 0xFFFF) + "/" + unsigned_decimal(value & 0xFFFF);
+void shutterSpeedToText(uint64_t value, std::string* out) {
+  if (value == 0) {
+    out->append("Bulb");
+    return;
+  }
+  append_unsigned((value >> 16) & 0xFFFF, out);
+  out->push_back('/');
+  append_unsigned(value & 0xFFFF, out);
 }
 
 uint64_t shutterSpeedFromText(const std::string& text) {
@@ -139,9 +167,14 @@ uint64_t shutterSpeedFromText(const std::string& text) {
   return 0x10000 + (static_cast<uint32_t>(stoi32(denominator)) & 0xFFFF);
 }
 
-std::string shutterSpeed64ToText(uint64_t value) {
-  if (value == 0) return "Bulb";
-  return unsigned_decimal(value >> 32) + "/" + unsigned_decimal(value & 0xFFFF);
+void shutterSpeed64ToText(uint64_t value, std::string* out) {
+  if (value == 0) {
+    out->append("Bulb");
+    return;
+  }
+  append_unsigned(value >> 32, out);
+  out->push_back('/');
+  append_unsigned(value & 0xFFFF, out);
 }
 
 uint64_t fractionFromText(const std::string& text) {
@@ -153,32 +186,45 @@ uint64_t fractionFromText(const std::string& text) {
   return (static_cast<uint64_t>(high) << 32) | low;
 }
 
-std::string ndFilterValueToText(uint64_t value) {
-  if (value == UINT64_MAX) return "Nothing";
-  return unsigned_decimal(value >> 32) + "/" + unsigned_decimal(value & 0xFFFFFFFF);
+void ndFilterValueToText(uint64_t value, std::string* out) {
+  if (value == UINT64_MAX) {
+    out->append("Nothing");
+    return;
+  }
+  append_unsigned(value >> 32, out);
+  out->push_back('/');
+  append_unsigned(value & 0xFFFFFFFF, out);
 }
 
-std::string shutterAngleToText(uint64_t value) { return print_double(static_cast<double>(value) / 1000.0); }
+void shutterAngleToText(uint64_t value, std::string* out) {
+  append_double(static_cast<double>(value) / 1000.0, out);
+}
 
 uint64_t shutterAngleFromText(const std::string& text) {
   const float scaled = stof32(text) * 1000.0f;
   return float_to_uint64(scaled);
 }
 
-std::string formatUint8(uint64_t value) { return unsigned_decimal(value & 0xFF); }
+void formatUint8(uint64_t value, std::string* out) { append_unsigned(value & 0xFF, out); }
 
-std::string formatInt32(uint64_t value) {
-  return signed_decimal(static_cast<int32_t>(static_cast<uint32_t>(value & 0xFFFFFFFF)));
+void formatInt32(uint64_t value, std::string* out) {
+  append_signed(static_cast<int32_t>(static_cast<uint32_t>(value & 0xFFFFFFFF)), out);
 }
 
-std::string kneeAutoMaxPointToText(uint64_t value) {
-  if (value == 0) return "INVALID";
-  return unsigned_decimal(value & 0xFFFF);
+void kneeAutoMaxPointToText(uint64_t value, std::string* out) {
+  if (value == 0) {
+    out->append("INVALID");
+    return;
+  }
+  append_unsigned(value & 0xFFFF, out);
 }
 
-std::string kneeManualPointToText(uint64_t value) {
-  if (value == 0) return "INVALID";
-  return unsigned_decimal(value);
+void kneeManualPointToText(uint64_t value, std::string* out) {
+  if (value == 0) {
+    out->append("INVALID");
+    return;
+  }
+  append_unsigned(value, out);
 }
 
 uint64_t parseLong(const std::string& text) {
@@ -192,7 +238,10 @@ uint64_t parseSignedLowByte(const std::string& text) {
   return static_cast<uint64_t>(static_cast<int64_t>(low));
 }
 
-std::string sdkStringToText(uint64_t value) {
-  if (value == 0) return "UNKNOWN";
-  return unsigned_decimal(value);
+void sdkStringToText(uint64_t value, std::string* out) {
+  if (value == 0) {
+    out->append("UNKNOWN");
+    return;
+  }
+  append_unsigned(value, out);
 }

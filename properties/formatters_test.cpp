@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -95,7 +97,32 @@ TEST(Formatters, ValuesRenderAsTheParentExpects) {
     SCOPED_TRACE(std::string(c.key) + " " + std::to_string(c.value));
     const PropertyInfo& info = row(c.key);
     ASSERT_NE(info.toText, nullptr);
-    EXPECT_EQ(info.toText(c.value), c.text);
+    EXPECT_EQ(value_text(info.toText, c.value), c.text);
+  }
+}
+
+// EXPOSURE_BIAS and FSTOP show their value rounded to one decimal, halves
+// away from zero, as printf's %g prints it: checked for every 16-bit code
+// and for F-numbers past six significant digits.
+TEST(Formatters, OneDecimalRenderingsMatchPrintf) {
+  const auto printed = [](double value) {
+    const double rounded = std::round(value * 10) / 10;
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", rounded == 0 && value < 0 ? -0.0 : rounded);
+    return std::string(text);
+  };
+  const PropertyInfo& bias = row("EXPOSURE_BIAS");
+  const PropertyInfo& fstop = row("FSTOP");
+  for (uint64_t code = 0; code <= 0xFFFF; ++code) {
+    SCOPED_TRACE(code);
+    ASSERT_EQ(value_text(bias.toText, code), printed(static_cast<int16_t>(code) / 1000.0));
+    if (code == 0 || code >= 0xFFFD) continue;  // "32" and "-"
+    ASSERT_EQ(value_text(fstop.toText, code), printed(code / 100.0));
+  }
+  const uint64_t kLarge[] = {9999999, 10000001, 12345678, 99999995, 123456789012, UINT64_MAX};
+  for (uint64_t code : kLarge) {
+    SCOPED_TRACE(code);
+    EXPECT_EQ(value_text(fstop.toText, code), printed(static_cast<double>(code) / 100.0));
   }
 }
 
@@ -181,7 +208,7 @@ TEST(Formatters, MapWordsRoundTrip) {
   for (const auto& [code, info] : propertyTable) {
     if (info.fromText == parseDecimal) continue;
     for (uint64_t value = 0; value < 1300; ++value) {
-      const std::string text = info.toText(value);
+      const std::string text = value_text(info.toText, value);
       if (text.empty() || text == "UNKNOWN" || text == "UNKOWN" || text == "Bulb" ||
           text.find_first_not_of("0123456789-./") == std::string::npos) {
         continue;
@@ -197,9 +224,9 @@ TEST(Formatters, MapWordsRoundTrip) {
 // The text rows' converter is handed numbers only: it must never take one
 // for an address.
 TEST(Formatters, TextConverterNeverDereferences) {
-  EXPECT_EQ(sdkStringToText(0), "UNKNOWN");
-  EXPECT_EQ(sdkStringToText(1), "1");
-  EXPECT_EQ(sdkStringToText(UINT64_MAX), "18446744073709551615");
+  EXPECT_EQ(value_text(sdkStringToText, 0), "UNKNOWN");
+  EXPECT_EQ(value_text(sdkStringToText, 1), "1");
+  EXPECT_EQ(value_text(sdkStringToText, UINT64_MAX), "18446744073709551615");
   EXPECT_TRUE(is_text_converter(&sdkStringToText));
   EXPECT_FALSE(is_text_converter(&formatUnsigned));
 }

@@ -219,4 +219,10 @@ const PropertyInfo* find_property(PropertyCode code) {
   return it == rows.end() ? nullptr : &it->second;
 }
 
+std::string value_text(ToTextFn to_text, uint64_t value) {
+  std::string text;
+  to_text(value, &text);
+  return text;
+}
+
 bool is_text_converter(ToTextFn to_text) { return to_text == &sdkStringToText; }

@@ -10,8 +10,9 @@
 // An SDK device-property code, zero-extended to 64 bits.
 using PropertyCode = uint64_t;
 
-// Renders one value as protocol text; never fails.
-using ToTextFn = std::string (*)(uint64_t value);
+// Renders one value as protocol text, appended to `*out` (so that a status
+// line is composed in one buffer); never fails.
+using ToTextFn = void (*)(uint64_t value, std::string* out);
 // Parses protocol text into an SDK value. Parsers raise
 // std::invalid_argument / std::out_of_range like the standard conversions
 // for a malformed number, and std::invalid_argument for a word their map
@@ -46,6 +47,9 @@ extern const PropertyTable propertyTable;
 // The row for `code`, or nullptr when the bridge does not support it.
 const PropertyInfo* find_property(PropertyCode code);
 
+// The text `to_text` renders for `value`, as a string of its own.
+std::string value_text(ToTextFn to_text, uint64_t value);
+
 // True for the converter of the text rows (SOFTWARE, LENS_MODEL ...), whose
 // camera value is a string rather than a number.
 bool is_text_converter(ToTextFn to_text);
@@ -54,7 +58,7 @@ bool is_text_converter(ToTextFn to_text);
 // ("CrExposure_M_Manual" ...), looked up on the low 32 bits only; "UNKNOWN"
 // for any other value; a text that names no program raises
 // std::invalid_argument.
-std::string exposureModeToText(uint64_t value);
+void exposureModeToText(uint64_t value, std::string* out);
 uint64_t exposureModeFromText(const std::string& text);
 
 #endif  // VK_SONY_PROPERTIES_PROPERTY_TABLE_H

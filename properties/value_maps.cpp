@@ -9,11 +9,14 @@
 
 #include "properties/property_table.h"
 
-std::string map_to_text(const ValueMap& map, uint64_t value) {
+void map_to_text(const ValueMap& map, uint64_t value, std::string* out) {
   for (size_t i = 0; i < map.count; ++i) {
-    if (map.entries[i].code == value) return std::string(map.entries[i].text);
+    if (map.entries[i].code == value) {
+      out->append(map.entries[i].text);
+      return;
+    }
   }
-  return map.fallback;
+  out->append(map.fallback);
 }
 
 uint64_t map_from_text(const ValueMap& map, const std::string& text) {
@@ -234,11 +237,10 @@ constexpr CodeText kRecorderMainStatusEntries[] = {
 
 }  // namespace
 
-std::string exposureModeToText(uint64_t value) {
+void exposureModeToText(uint64_t value, std::string* out) {
   // Only the low 32 bits count here, unlike every other map.
   const uint32_t index = static_cast<uint32_t>(value) - 1u;
-  if (index > 6) return "UNKNOWN";
-  return kExposurePrograms[index];
+  out->append(index > 6 ? "UNKNOWN" : kExposurePrograms[index]);
 }
 
 uint64_t exposureModeFromText(const std::string& text) {

@@ -20,17 +20,17 @@ struct ValueMap {
   const char* fallback;
 };
 
-// The text of the entry whose code equals the whole 64-bit value, else the
-// map's fallback.
-std::string map_to_text(const ValueMap& map, uint64_t value);
+// Appends the text of the entry whose code equals the whole 64-bit value,
+// else the map's fallback.
+void map_to_text(const ValueMap& map, uint64_t value, std::string* out);
 // The code of the entry whose text equals `text` exactly; any other text
 // raises std::invalid_argument (0 can be a code of its own).
 uint64_t map_from_text(const ValueMap& map, const std::string& text);
 
 // Row converters bound to one map, usable as plain function pointers.
 template <const ValueMap& kMap>
-std::string mapToText(uint64_t value) {
-  return map_to_text(kMap, value);
+void mapToText(uint64_t value, std::string* out) {
+  map_to_text(kMap, value, out);
 }
 template <const ValueMap& kMap>
 uint64_t mapFromText(const std::string& text) {

@@ -141,7 +141,8 @@ void print_versions() {
 }
 
 int run_command_line(int argc, char** argv) {
-  log_message(runtime_context_line(argc, argv));
+  // The line costs a getcwd, a readlink and a getpid: only for a reader.
+  if (log_enabled()) log_message(runtime_context_line(argc, argv));
   const CommandLine command = parse_command_line(argc, argv);
   const Settings& s = command.settings;
   switch (command.action) {

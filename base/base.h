@@ -28,6 +28,10 @@ inline constexpr const char kLogPath[] = "/tmp/vk-sony.log";
 // Any thread may call it.
 void log_message(std::string_view text);
 
+// True when the log is on (sets it up, as the first log_message would): a
+// caller can skip composing a line nobody will read.
+bool log_enabled();
+
 // Logs `prefix` immediately followed by `text`, as one line.
 void log_with_prefix(const char* prefix, const std::string& text);
 

@@ -43,6 +43,8 @@ class Log {
   Log(const Log&) = delete;
   Log& operator=(const Log&) = delete;
 
+  bool enabled() const { return enabled_; }
+
   void write_line(std::string_view text) {
     if (!enabled_) return;
     std::string line;
@@ -77,6 +79,8 @@ Log& the_log() {
 }  // namespace
 
 void log_message(std::string_view text) { the_log().write_line(text); }
+
+bool log_enabled() { return the_log().enabled(); }
 
 void log_with_prefix(const char* prefix, const std::string& text) {
   std::string line(prefix);

@@ -135,9 +135,9 @@ void print_usage() {
 }
 
 void print_versions() {
-  console_line(stdout, std::string("soft version: ") + VK_SONY_SOFT_VERSION);
-  console_line(stdout, std::string("git version: ") + VK_SONY_GIT_VERSION);
-  console_line(stdout, "SDK version: " + sdk_version_text());
+  // One write for the three lines.
+  console_line(stdout, std::string("soft version: ") + VK_SONY_SOFT_VERSION +
+                           "\ngit version: " + VK_SONY_GIT_VERSION + "\nSDK version: " + sdk_version_text());
 }
 
 int run_command_line(int argc, char** argv) {

@@ -1,8 +1,8 @@
 // The SDK's names of error, warning, display-string, exposure-program,
 // live-view and device-property codes, for the log and diagnostic lines.
 #include <algorithm>
+#include <cstdio>
 #include <iterator>
-#include <sstream>
 #include <vector>
 
 #include "base/base.h"
@@ -254,9 +254,9 @@ std::string sdk_code_name(uint64_t code) {
 }
 
 std::string status_text(uint32_t code) {
-  std::ostringstream out;
-  out << "0x" << std::hex << code << std::dec << " (" << code << ") " << sdk_code_name(code);
-  return out.str();
+  char number[32];
+  std::snprintf(number, sizeof number, "0x%x (%u) ", code, code);
+  return number + sdk_code_name(code);
 }
 
 std::string display_string_type_name(uint32_t type) {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cctype>
 #include <cstdio>
-#include <fstream>
 
 #include "CameraRemote_SDK.h"
 #include "base/base.h"
@@ -16,9 +15,11 @@ namespace {
 // The first line of a sysfs file without surrounding white space; "" when
 // the file cannot be opened.
 std::string read_sysfs_value(const std::string& path) {
-  std::ifstream in(path);
+  std::FILE* in = std::fopen(path.c_str(), "re");
+  if (in == nullptr) return "";
   std::string line;
-  if (!in || !std::getline(in, line)) return "";
+  for (int c; (c = std::getc(in)) != EOF && c != '\n';) line.push_back(static_cast<char>(c));
+  std::fclose(in);
   const char* blanks = " \t\r\n\v\f";
   size_t first = line.find_first_not_of(blanks);
   if (first == std::string::npos) return "";

@@ -4,7 +4,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <sstream>
 
 #include "CameraRemote_SDK.h"
 #include "base/base.h"
@@ -32,9 +31,9 @@ std::vector<std::string> split_camera_id(const std::string& id) {
 }
 
 std::string result_code_text(uint32_t code) {
-  std::ostringstream text;
-  text << "0x" << std::hex << code << std::dec << " (" << code << ")";
-  return text.str();
+  char text[32];
+  std::snprintf(text, sizeof text, "0x%x (%u)", code, code);
+  return text;
 }
 
 std::string sdk_version_text(uint32_t packed) {

@@ -108,17 +108,19 @@ bool read_file(const std::string& path, std::string* text, std::string* error) {
 
 // The lines of `text` that hold the directive `name`.
 std::string directive_lines(const std::string& text, const std::string& name) {
+  // Searched for by name rather than line by line: the version lines of a
+  // scenario of hundreds of properties are found at every start (vk-sony -v).
   std::string lines;
-  for (std::size_t start = 0; start < text.size();) {
-    std::size_t end = text.find('\n', start);
+  for (std::size_t at = text.find(name); at != std::string::npos; at = text.find(name, at + 1)) {
+    const std::size_t newline = at == 0 ? std::string::npos : text.rfind('\n', at - 1);
+    const std::size_t start = newline == std::string::npos ? 0 : newline + 1;
+    const std::size_t after = at + name.size();
+    if (text.find_first_not_of(" \t", start) != at) continue;
+    if (after < text.size() && text[after] != ' ' && text[after] != '\t' && text[after] != '\n') continue;
+    std::size_t end = text.find('\n', after);
     if (end == std::string::npos) end = text.size();
-    const std::size_t word = text.find_first_not_of(" \t", start);
-    const std::size_t after = word + name.size();
-    if (word < end && after <= end && text.compare(word, name.size(), name) == 0 &&
-        (after == end || text[after] == ' ' || text[after] == '\t')) {
-      lines.append(text, start, end - start).push_back('\n');
-    }
-    start = end + 1;
+    lines.append(text, start, end - start).push_back('\n');
+    at = end;
   }
   return lines;
 }

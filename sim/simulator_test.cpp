@@ -165,7 +165,7 @@ TEST_F(SimulatorTest, VersionBeforeInitReadsTheWholeScenarioFile) {
   TempDir dir;
   std::string text;
   while (text.size() < 20000) text += "property 0x104 UInt32 800 rw 0xFFFFFF 100 800\n";
-  const std::string good = dir.write("good", text + "sdk-version 3.4.5\n");
+  const std::string good = dir.write("good", text + "# sdk-version 9.9.9\n \tsdk-version 3.4.5");
   const std::string bad = dir.write("bad", "sdk-version 1.2.3\nno-such-directive\n");
   setenv("VK_SONY_SIM_SCENARIO", good.c_str(), 1);
   EXPECT_EQ(GetSDKVersion(), 0x03040500u);

@@ -89,10 +89,15 @@ bool read_file(const std::string& path, std::string* text, std::string* error) {
     *error = std::strerror(errno);
     return false;
   }
-  text->clear();
-  char buffer[8192];
+  // Read straight into the string, sized by the file (one byte more, so the
+  // read that sees the end needs no room of its own).
+  struct stat info {};
+  const bool sized = ::fstat(fd, &info) == 0 && info.st_size > 0;
+  text->resize(sized ? static_cast<std::size_t>(info.st_size) + 1 : 4096);
+  std::size_t used = 0;
   for (;;) {
-    const ssize_t n = ::read(fd, buffer, sizeof buffer);
+    if (used == text->size()) text->resize(2 * used);
+    const ssize_t n = ::read(fd, &(*text)[used], text->size() - used);
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) {
       *error = std::strerror(errno);
@@ -100,8 +105,9 @@ bool read_file(const std::string& path, std::string* text, std::string* error) {
       return false;
     }
     if (n == 0) break;
-    text->append(buffer, static_cast<std::size_t>(n));
+    used += static_cast<std::size_t>(n);
   }
+  text->resize(used);
   ::close(fd);
   return true;
 }

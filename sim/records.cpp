@@ -1,8 +1,11 @@
 // The SDK's record classes: device and live-view properties, display
 // strings and the live-view image records, with deep copies.
+#include <sanitizer/asan_interface.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstring>
+#include <new>
 #include <vector>
 
 #include "CameraRemote_SDK.h"
@@ -42,7 +45,19 @@ CrInt16u* copy_str(const CrInt16u* from) {
 }
 
 // Field-for-field mirrors of records whose fields the SDK fills but the
-// public interface offers no setter for.
+// public interface offers no setter for (or whose setters copy).
+struct DevicePropertyLayout {
+  CrInt32u code;
+  CrDataType valueType;
+  CrPropertyEnableFlag enableFlag;
+  CrPropertyVariableFlag variableFlag;
+  CrInt64u currentValue;
+  CrInt16u* currentStr;
+  CrInt32u valuesSize;
+  CrInt8u* values;
+  CrInt32u getSetValuesSize;
+  CrInt8u* getSetValues;
+};
 struct LiveViewPropertyLayout {
   CrInt32u code;
   CrPropertyEnableFlag enableFlag;
@@ -63,6 +78,7 @@ struct ImageDataBlockLayout {
   CrInt32u imageSize;
   CrInt32u timeCode;
 };
+static_assert(sizeof(DevicePropertyLayout) == sizeof(CrDeviceProperty), "mirror layout");
 static_assert(sizeof(LiveViewPropertyLayout) == sizeof(CrLiveViewProperty), "mirror layout");
 static_assert(sizeof(ImageInfoLayout) == sizeof(CrImageInfo), "mirror layout");
 static_assert(sizeof(ImageDataBlockLayout) == sizeof(CrImageDataBlock), "mirror layout");
@@ -334,40 +350,146 @@ std::vector<uint8_t> packed_candidates(const ScenarioProperty& p) {
   return packed;
 }
 
-void fill_property_record(const ScenarioProperty& p, SCRSDK::CrDeviceProperty* out) {
-  fill_property_record(p, packed_candidates(p), out);
+namespace {
+
+using SCRSDK::DevicePropertyLayout;
+using SCRSDK::poke;
+
+// What a list keeps in front of its records.
+struct ListHeader {
+  std::size_t count;
+  std::size_t bytes;  // of the whole block
+};
+
+// Every buffer of a list starts on an 8-byte boundary and is followed by at
+// least kGap bytes that AddressSanitizer reports when they are read, as it
+// would past a buffer of its own.
+constexpr std::size_t kGap = 16;
+
+std::size_t round_up(std::size_t n) { return (n + 7) / 8 * 8; }
+
+std::size_t records_offset() { return round_up(sizeof(ListHeader)); }
+
+// The byte sizes of a record's current string, candidates and settable
+// candidates (0: no buffer).
+struct BufferSizes {
+  std::size_t str = 0;
+  std::size_t values = 0;
+  std::size_t set_values = 0;
+};
+
+// The length field of a record's current string.
+std::size_t str_length(const ScenarioProperty& p) {
+  return p.declares_length ? p.declared_length : std::min<std::size_t>(p.text.size(), 0xFFFF);
 }
 
-void fill_property_record(const ScenarioProperty& p, const std::vector<uint8_t>& packed,
-                          SCRSDK::CrDeviceProperty* out) {
-  out->SetCode(p.code);
-  out->SetValueType(static_cast<SCRSDK::CrDataType>(p.declares_type ? p.declared_type : p.type));
-  out->SetPropertyEnableFlag(p.writable ? SCRSDK::CrEnableValue_True : SCRSDK::CrEnableValue_DisplayOnly);
-  out->SetPropertyVariableFlag(p.writable ? SCRSDK::CrEnableValue_Variable
-                                          : SCRSDK::CrEnableValue_Invariable);
-  if (p.type == SCRSDK::CrDataType_STR) {
-    if (!p.null_str) {
-      const std::size_t given = std::min<std::size_t>(p.text.size(), 0xFFFF);
-      const std::size_t length = p.declares_length ? p.declared_length : given;
-      std::vector<CrInt16u> str(1 + (length + 1) / 2, 0);
-      str[0] = static_cast<CrInt16u>(length);
-      std::memcpy(&str[1], p.text.data(), std::min(given, length));
-      out->SetCurrentStr(str.data());
+CrInt32u declared_values_size(const ScenarioProperty& p, const std::vector<uint8_t>& packed) {
+  return p.declares_size ? p.declared_size : static_cast<CrInt32u>(packed.size());
+}
+
+BufferSizes buffer_sizes(const ScenarioProperty& p, const std::vector<uint8_t>& packed) {
+  BufferSizes sizes;
+  if (p.type == SCRSDK::CrDataType_STR && !p.null_str) {
+    // A 16-bit length n, then n bytes and one zero byte of padding if n is odd.
+    sizes.str = sizeof(CrInt16u) * (1 + (str_length(p) + 1) / 2);
+  }
+  // A declared size comes with a buffer of that many bytes (packed_candidates
+  // pads it), unless the scenario asks for none.
+  if (!p.null_values) sizes.values = declared_values_size(p, packed);
+  if (p.writable) sizes.set_values = sizes.values;
+  return sizes;
+}
+
+// Places a buffer of `size` bytes at `*offset` and moves the offset past it
+// and its gap; 0 bytes take no place.
+std::size_t place(std::size_t size, std::size_t* offset) {
+  const std::size_t at = *offset;
+  if (size > 0) *offset = round_up(at + size) + kGap;
+  return at;
+}
+
+}  // namespace
+
+SCRSDK::CrDeviceProperty* new_property_list(const std::vector<PropertySource>& sources) {
+  if (sources.empty()) return nullptr;
+  const std::size_t records_end = records_offset() + sources.size() * sizeof(SCRSDK::CrDeviceProperty);
+  std::size_t bytes = records_end + kGap;
+  for (const PropertySource& source : sources) {
+    const BufferSizes sizes = buffer_sizes(*source.property, *source.packed);
+    place(sizes.str, &bytes);
+    place(sizes.values, &bytes);
+    place(sizes.set_values, &bytes);
+  }
+  auto* block = static_cast<unsigned char*>(::operator new(bytes));
+  new (block) ListHeader{sources.size(), bytes};
+  auto* records = reinterpret_cast<SCRSDK::CrDeviceProperty*>(block + records_offset());
+  // Everything after the records is poisoned until a buffer is placed there.
+  ASAN_POISON_MEMORY_REGION(block + records_end, bytes - records_end);
+
+  std::size_t offset = records_end + kGap;
+  for (std::size_t i = 0; i < sources.size(); ++i) {
+    const ScenarioProperty& p = *sources[i].property;
+    const std::vector<uint8_t>& packed = *sources[i].packed;
+    SCRSDK::CrDeviceProperty* record = new (&records[i]) SCRSDK::CrDeviceProperty();
+    record->SetCode(p.code);
+    record->SetValueType(static_cast<SCRSDK::CrDataType>(p.declares_type ? p.declared_type : p.type));
+    record->SetPropertyEnableFlag(p.writable ? SCRSDK::CrEnableValue_True
+                                             : SCRSDK::CrEnableValue_DisplayOnly);
+    record->SetPropertyVariableFlag(p.writable ? SCRSDK::CrEnableValue_Variable
+                                               : SCRSDK::CrEnableValue_Invariable);
+    if (p.type != SCRSDK::CrDataType_STR) record->SetCurrentValue(p.value);
+
+    const BufferSizes sizes = buffer_sizes(p, packed);
+    if (sizes.str > 0) {
+      unsigned char* str = block + place(sizes.str, &offset);
+      ASAN_UNPOISON_MEMORY_REGION(str, sizes.str);
+      std::memset(str, 0, sizes.str);
+      const auto length = static_cast<CrInt16u>(str_length(p));
+      std::memcpy(str, &length, sizeof length);
+      std::memcpy(str + sizeof length, p.text.data(), std::min<std::size_t>(p.text.size(), length));
+      poke(record, offsetof(DevicePropertyLayout, currentStr), reinterpret_cast<CrInt16u*>(str));
     }
-  } else {
-    out->SetCurrentValue(p.value);
+    // A record of `values=null` still tells the size it declares.
+    record->SetValueSize(declared_values_size(p, packed));
+    if (sizes.values > 0) {
+      unsigned char* values = block + place(sizes.values, &offset);
+      ASAN_UNPOISON_MEMORY_REGION(values, sizes.values);
+      std::memcpy(values, packed.data(), sizes.values);
+      poke(record, offsetof(DevicePropertyLayout, values), values);
+    }
+    if (p.writable) {
+      record->SetSetValueSize(declared_values_size(p, packed));
+      if (sizes.set_values > 0) {
+        unsigned char* set_values = block + place(sizes.set_values, &offset);
+        ASAN_UNPOISON_MEMORY_REGION(set_values, sizes.set_values);
+        std::memcpy(set_values, packed.data(), sizes.set_values);
+        poke(record, offsetof(DevicePropertyLayout, getSetValues), set_values);
+      }
+    }
   }
-  // The setters copy the buffer they are given.
-  CrInt8u* bytes = p.null_values ? nullptr : const_cast<CrInt8u*>(packed.data());
-  const CrInt32u size = p.declares_size ? p.declared_size : static_cast<CrInt32u>(packed.size());
-  out->SetValueSize(p.null_values ? 0 : size);
-  out->SetValues(bytes);
-  out->SetValueSize(size);  // with values=null: a size and no buffer
-  if (p.writable) {
-    out->SetSetValueSize(p.null_values ? 0 : size);
-    out->SetSetValues(bytes);
-    out->SetSetValueSize(size);
+  return records;
+}
+
+void delete_property_list(SCRSDK::CrDeviceProperty* list) {
+  if (list == nullptr) return;
+  unsigned char* block = reinterpret_cast<unsigned char*>(list) - records_offset();
+  const ListHeader header = *reinterpret_cast<ListHeader*>(block);
+  for (std::size_t i = 0; i < header.count; ++i) {
+    // The buffers belong to the block, not to the record.
+    poke(&list[i], offsetof(DevicePropertyLayout, currentStr), static_cast<CrInt16u*>(nullptr));
+    poke(&list[i], offsetof(DevicePropertyLayout, values), static_cast<CrInt8u*>(nullptr));
+    poke(&list[i], offsetof(DevicePropertyLayout, getSetValues), static_cast<CrInt8u*>(nullptr));
+    list[i].~CrDeviceProperty();
   }
+  ASAN_UNPOISON_MEMORY_REGION(block, header.bytes);
+  ::operator delete(block);
+}
+
+void fill_property_record(const ScenarioProperty& p, SCRSDK::CrDeviceProperty* out) {
+  const std::vector<uint8_t> packed = packed_candidates(p);
+  SCRSDK::CrDeviceProperty* list = new_property_list({{&p, &packed}});
+  *out = list[0];  // a deep copy: `out` owns its buffers
+  delete_property_list(list);
 }
 
 }  // namespace sim

@@ -1,8 +1,10 @@
 // Parsing of scenario files and control lines.
-#include <cerrno>
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <string_view>
+#include <utility>
 
 #include "sim/sim_internal.h"
 
@@ -27,9 +29,12 @@ constexpr TypeName kTypeNames[] = {
     {"Button", 0x12002},
 };
 
-// Splits a line into words; a double-quoted text is one word (kept with its
-// quotes) and `#` outside quotes starts a comment. False on an open quote.
-bool split(const std::string& line, std::vector<std::string>* words) {
+// Splits a line into words, views into `line`; a double-quoted text is one
+// word (kept with its quotes) and `#` outside quotes starts a comment. False
+// on an open quote.
+bool split(std::string_view line, std::vector<std::string_view>* words) {
+  // At most one word per space and one more: a long line grows the list once.
+  words->reserve(words->size() + static_cast<std::size_t>(std::count(line.begin(), line.end(), ' ')) + 1);
   std::size_t i = 0;
   while (i < line.size()) {
     const char c = line[i];
@@ -39,7 +44,7 @@ bool split(const std::string& line, std::vector<std::string>* words) {
       break;
     } else if (c == '"') {
       const std::size_t end = line.find('"', i + 1);
-      if (end == std::string::npos) return false;
+      if (end == std::string_view::npos) return false;
       words->push_back(line.substr(i, end - i + 1));
       i = end + 1;
     } else {
@@ -56,21 +61,24 @@ bool split(const std::string& line, std::vector<std::string>* words) {
 }
 
 // A decimal or 0x-hexadecimal number, optionally negative (two's complement).
-bool parse_number(const std::string& word, uint64_t* value) {
-  if (word.empty()) return false;
-  const bool negative = word[0] == '-';
-  const std::string digits = negative ? word.substr(1) : word;
+bool parse_number(std::string_view word, uint64_t* value) {
+  const bool negative = !word.empty() && word[0] == '-';
+  std::string_view digits = negative ? word.substr(1) : word;
   if (digits.empty() || !(digits[0] >= '0' && digits[0] <= '9')) return false;
-  const bool hex = digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X');
-  errno = 0;
-  char* end = nullptr;
-  const unsigned long long parsed = std::strtoull(digits.c_str(), &end, hex ? 16 : 10);
-  if (errno != 0 || end == nullptr || *end != '\0') return false;
+  int base = 10;
+  if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
+    digits.remove_prefix(2);
+    base = 16;
+  }
+  uint64_t parsed = 0;
+  const char* end = digits.data() + digits.size();
+  const std::from_chars_result result = std::from_chars(digits.data(), end, parsed, base);
+  if (result.ec != std::errc() || result.ptr != end) return false;
   *value = negative ? static_cast<uint64_t>(0) - parsed : parsed;
   return true;
 }
 
-bool parse_u32(const std::string& word, uint32_t* value) {
+bool parse_u32(std::string_view word, uint32_t* value) {
   uint64_t wide = 0;
   if (!parse_number(word, &wide) || word[0] == '-' || wide > 0xFFFFFFFFull) return false;
   *value = static_cast<uint32_t>(wide);
@@ -334,12 +342,12 @@ bool parse_scenario(const std::string& text, Scenario* scenario, std::string* er
     const std::string line = text.substr(start, end - start);
     start = end + 1;
     ++line_no;
-    std::vector<std::string> words;
+    std::vector<std::string_view> views;
     std::string wrong;
-    if (!split(line, &words)) {
+    if (!split(line, &views)) {
       wrong = "unterminated text";
-    } else if (!words.empty()) {
-      wrong = parse_directive(words, &parsed);
+    } else if (!views.empty()) {
+      wrong = parse_directive(std::vector<std::string>(views.begin(), views.end()), &parsed);
     }
     if (!wrong.empty()) {
       if (error != nullptr) *error = std::to_string(line_no) + ": " + wrong;
@@ -350,12 +358,14 @@ bool parse_scenario(const std::string& text, Scenario* scenario, std::string* er
   return true;
 }
 
-bool parse_control_line(const std::string& line, ControlEvent* event) {
-  std::vector<std::string> w;
+bool parse_control_line(std::string_view line, ControlEvent* event) {
+  // Words are views into `line`: a "notify" of every property is one line
+  // of hundreds of codes.
+  std::vector<std::string_view> w;
   if (!split(line, &w) || w.empty()) return false;
   const std::size_t n = w.size();
   ControlEvent e;
-  const std::string& d = w[0];
+  const std::string_view d = w[0];
   auto one_code = [&](ControlKind kind) {
     e.kind = kind;
     return n == 2 && parse_u32(w[1], &e.code);
@@ -381,6 +391,7 @@ bool parse_control_line(const std::string& line, ControlEvent* event) {
   } else if (d == "notify" || d == "lv-notify") {
     e.kind = d == "notify" ? ControlKind::kNotify : ControlKind::kLvNotify;
     ok = n >= 2;
+    e.codes.reserve(n - 1);
     for (std::size_t i = 1; ok && i < n; ++i) {
       uint32_t code = 0;
       ok = parse_u32(w[i], &code);
@@ -389,12 +400,12 @@ bool parse_control_line(const std::string& line, ControlEvent* event) {
   } else if (d == "download") {
     e.kind = ControlKind::kDownload;
     ok = n == 2;
-    if (ok) e.name = w[1];
+    if (ok) e.name = std::string(w[1]);
   } else if (d == "contents-transfer") {
     e.kind = ControlKind::kContentsTransfer;
     ok = n == 1;
   }
-  if (ok) *event = e;
+  if (ok) *event = std::move(e);
   return ok;
 }
 

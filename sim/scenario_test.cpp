@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -116,8 +117,44 @@ TEST(SimScenario, ControlLines) {
   EXPECT_EQ(e.params[1], -1);
   ASSERT_TRUE(sim::parse_control_line("download DSC0001.JPG", &e));
   EXPECT_EQ(e.name, "DSC0001.JPG");
-  for (const char* bad : {"", "disconnect", "warning 1 2", "change 0x104", "notify", "download", "reboot now",
-                          "contents-transfer 1", "error zz"}) {
+  // Numbers: decimal or 0x-hexadecimal, a leading minus as two's complement,
+  // 64 bits at most, nothing after the digits.
+  const struct {
+    const char* number;
+    uint64_t value;
+  } numbers[] = {{"0", 0},
+                 {"007", 7},
+                 {"0x1F", 0x1F},
+                 {"0X1f", 0x1F},
+                 {"-1", UINT64_MAX},
+                 {"-0x10", 0 - 16ull},
+                 {"18446744073709551615", UINT64_MAX},
+                 {"0xFFFFFFFFFFFFFFFF", UINT64_MAX}};
+  for (const auto& c : numbers) {
+    SCOPED_TRACE(c.number);
+    ASSERT_TRUE(sim::parse_control_line(std::string("change 0x104 ") + c.number, &e));
+    EXPECT_EQ(e.value, c.value);
+  }
+  for (const char* bad : {"",
+                          "disconnect",
+                          "warning 1 2",
+                          "change 0x104",
+                          "notify",
+                          "download",
+                          "reboot now",
+                          "contents-transfer 1",
+                          "error zz",
+                          "change 0x104 18446744073709551616",
+                          "change 0x104 0x10000000000000000",
+                          "change 0x104 0x",
+                          "change 0x104 0x1g",
+                          "change 0x104 +5",
+                          "change 0x104 --5",
+                          "change 0x104 12abc",
+                          "change 0x104 -",
+                          "disconnect -1",
+                          "disconnect 0x100000000",
+                          "notify 0x100 0x"}) {
     SCOPED_TRACE(bad);
     EXPECT_FALSE(sim::parse_control_line(bad, &e));
   }
@@ -160,6 +197,83 @@ TEST(SimRecords, DevicePropertyCopiesAreDeep) {
   EXPECT_EQ(empty.GetValues(), nullptr);
   EXPECT_EQ(empty.GetCurrentStr(), nullptr);
   EXPECT_EQ(empty.GetValueSize(), 0u);
+}
+
+// A list holds all its records' buffers in one block: each record must see
+// exactly its own bytes, raw attributes included.
+TEST(SimRecords, PropertyListRecordsHoldTheirOwnBuffers) {
+  Scenario s;
+  std::string error;
+  ASSERT_TRUE(
+      parse_scenario("property 0x104 UInt32 800 rw 0xFFFFFF 100\n"
+                     "property 0x705 UInt8 1 ro 0 1 2\n"
+                     "property 0x765 STR \"FE 50mm\" ro\n"
+                     "property 0x751 STR \"1.02\" ro str-length=7\n"
+                     "property 0x766 STR \"x\" ro str=null\n"
+                     "property 0x103 UInt16 5 rw 1 2 size=6\n"
+                     "property 0x101 Int16 -1 rw values=null size=8\n"
+                     "property 0x108 UInt8 3 rw bytes=0A0B0C type=0x2\n",
+                     &s, &error))
+      << error;
+  std::vector<std::vector<uint8_t>> packed;
+  for (const sim::ScenarioProperty& p : s.properties) packed.push_back(sim::packed_candidates(p));
+  std::vector<sim::PropertySource> sources;
+  for (size_t i = 0; i < s.properties.size(); ++i) sources.push_back({&s.properties[i], &packed[i]});
+
+  const struct {
+    uint32_t type;
+    uint64_t current;
+    bool writable;
+    std::vector<uint8_t> str;  // the bytes after the length field; "null" when absent
+    bool has_str;
+    uint32_t size;
+    std::vector<uint8_t> values;  // empty: no buffer
+  } expected[] = {
+      {0x3, 800, true, {}, false, 8, {0xFF, 0xFF, 0xFF, 0, 100, 0, 0, 0}},
+      {0x1, 1, false, {}, false, 3, {0, 1, 2}},
+      {0xFFFF, 0, false, {'F', 'E', ' ', '5', '0', 'm', 'm'}, true, 0, {}},
+      {0xFFFF, 0, false, {'1', '.', '0', '2', 0, 0, 0}, true, 0, {}},
+      {0xFFFF, 0, false, {}, false, 0, {}},
+      {0x2, 5, true, {}, false, 6, {1, 0, 2, 0, 0, 0}},
+      {0x1002, static_cast<uint64_t>(-1), true, {}, false, 8, {}},
+      {0x2, 3, true, {}, false, 3, {0x0A, 0x0B, 0x0C}},
+  };
+  ASSERT_EQ(sources.size(), std::size(expected));
+  SCRSDK::CrDeviceProperty* list = sim::new_property_list(sources);
+  ASSERT_NE(list, nullptr);
+  for (size_t i = 0; i < sources.size(); ++i) {
+    SCOPED_TRACE(i);
+    const SCRSDK::CrDeviceProperty& r = list[i];
+    const auto& e = expected[i];
+    EXPECT_EQ(r.GetCode(), s.properties[i].code);
+    EXPECT_EQ(static_cast<uint32_t>(r.GetValueType()), e.type);
+    EXPECT_EQ(r.GetCurrentValue(), e.current);
+    EXPECT_EQ(r.IsSetEnableCurrentValue(), e.writable);
+    ASSERT_EQ(r.GetCurrentStr() != nullptr, e.has_str);
+    if (e.has_str) {
+      EXPECT_EQ(r.GetCurrentStr()[0], e.str.size());
+      const auto* bytes = reinterpret_cast<const uint8_t*>(r.GetCurrentStr() + 1);
+      EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + e.str.size()), e.str);
+    }
+    EXPECT_EQ(r.GetValueSize(), e.size);
+    ASSERT_EQ(r.GetValues() != nullptr, !e.values.empty());
+    if (!e.values.empty()) {
+      EXPECT_EQ(std::vector<uint8_t>(r.GetValues(), r.GetValues() + e.size), e.values);
+    }
+    EXPECT_EQ(r.GetSetValueSize(), e.writable ? e.size : 0u);
+    if (e.writable && !e.values.empty()) {
+      EXPECT_NE(r.GetSetValues(), r.GetValues());
+      EXPECT_EQ(std::vector<uint8_t>(r.GetSetValues(), r.GetSetValues() + e.size), e.values);
+    } else {
+      EXPECT_EQ(r.GetSetValues(), nullptr);
+    }
+  }
+  // A copy owns its buffers and outlives the list.
+  const SCRSDK::CrDeviceProperty copy = list[2];
+  sim::delete_property_list(list);
+  ASSERT_NE(copy.GetCurrentStr(), nullptr);
+  EXPECT_EQ(std::string(reinterpret_cast<const char*>(copy.GetCurrentStr() + 1), 7), "FE 50mm");
+  EXPECT_EQ(sim::new_property_list({}), nullptr);
 }
 
 TEST(SimRecords, LiveViewPropertyCopyKeepsTimeCode) {

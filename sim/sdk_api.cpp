@@ -346,19 +346,14 @@ CrError GetSelectDeviceProperties(CrDeviceHandle deviceHandle, CrInt32u numOfCod
     result = CrError_Generic;
   }
   if (result == CrError_None) {
-    // Filled in place under the simulator's lock: no copy of the properties.
-    CrDeviceProperty* array =
-        numOfCodes == 0 || codes == nullptr ? nullptr : new CrDeviceProperty[numOfCodes];
+    // Filled under the simulator's lock: no copy of the properties.
+    CrDeviceProperty* list = nullptr;
     CrInt32 filled = 0;
-    simulator().visit_properties(
-        codes, numOfCodes, [&](const sim::ScenarioProperty& property, const std::vector<uint8_t>& packed) {
-          sim::fill_property_record(property, packed, &array[filled++]);
-        });
-    if (filled == 0) {
-      delete[] array;
-      array = nullptr;
-    }
-    *properties = array;
+    simulator().with_properties(codes, numOfCodes, [&](const std::vector<sim::PropertySource>& found) {
+      list = sim::new_property_list(found);
+      filled = static_cast<CrInt32>(found.size());
+    });
+    *properties = list;
     *numOfProperties = filled;
   }
   if (simulator().tracing())
@@ -369,9 +364,9 @@ CrError GetSelectDeviceProperties(CrDeviceHandle deviceHandle, CrInt32u numOfCod
 
 CrError ReleaseDeviceProperties(CrDeviceHandle /*deviceHandle*/, CrDeviceProperty* properties) {
   const CrError result = injected("release-properties");
-  // The array is freed even when the call is made to fail, so that a test
+  // The list is freed even when the call is made to fail, so that a test
   // of the failure path stays leak-free.
-  delete[] properties;
+  sim::delete_property_list(properties);
   if (simulator().tracing()) simulator().trace("ReleaseDeviceProperties result=" + result_hex(result));
   return result;
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <map>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "CameraRemote_SDK.h"
@@ -42,16 +43,32 @@ struct ScenarioProperty {
   bool null_str = false;  // `str=null`: no current string
 };
 
-// Fills an SDK property record from a scenario property, raw attributes
-// included. Every buffer handed over holds what the record claims (a
-// declared size or length past the given bytes is padded with zeros), so the
-// simulator's own copies never read outside them.
-void fill_property_record(const ScenarioProperty& property, SCRSDK::CrDeviceProperty* out);
-// The same with the candidate buffer computed beforehand by
-// packed_candidates(property), which depends on nothing but the scenario.
-void fill_property_record(const ScenarioProperty& property, const std::vector<uint8_t>& packed,
-                          SCRSDK::CrDeviceProperty* out);
+// The candidate buffer of a scenario property, as its records carry it: the
+// candidates packed little-endian at the element width of its type (or its
+// raw bytes), padded with zeros to a declared size.
 std::vector<uint8_t> packed_candidates(const ScenarioProperty& property);
+
+// A camera property with its packed_candidates().
+struct PropertySource {
+  const ScenarioProperty* property;
+  const std::vector<uint8_t>* packed;
+};
+
+// A list of SDK property records, one per source in order, as
+// GetSelectDeviceProperties hands it out: raw attributes included, and every
+// buffer holds what its record claims (a declared size or length past the
+// given bytes is padded with zeros). One block holds the records and all
+// their buffers, so a list costs one allocation; each buffer is followed by
+// bytes AddressSanitizer reports when read. The records do not own their
+// buffers: only delete_property_list frees them, and their setters must not
+// be used (a copy of a record is deep and owns its own). Null for no sources.
+SCRSDK::CrDeviceProperty* new_property_list(const std::vector<PropertySource>& sources);
+// Frees a list of new_property_list; null does nothing.
+void delete_property_list(SCRSDK::CrDeviceProperty* list);
+
+// Fills one SDK property record from a scenario property, as
+// new_property_list does; `out` owns its buffers.
+void fill_property_record(const ScenarioProperty& property, SCRSDK::CrDeviceProperty* out);
 
 struct ScenarioLiveViewProperty {
   uint32_t code = 0;
@@ -109,7 +126,7 @@ struct ControlEvent {
 };
 
 // Parses one control line ("warning 0x20002", "change 0x104 400", ...).
-[[nodiscard]] bool parse_control_line(const std::string& line, ControlEvent* event);
+[[nodiscard]] bool parse_control_line(std::string_view line, ControlEvent* event);
 
 // Element width in bytes of a data type (1, 2, 4, 8, 16; 1 for STR).
 uint32_t element_width(uint32_t type);

@@ -449,7 +449,9 @@ void Simulator::apply_locked(const ControlEvent& event, std::chrono::millisecond
       c.kind = Callback::Kind::kContentsTransfer;
       break;
   }
-  queue_locked({c}, delay, awaited);
+  std::vector<Callback> callbacks;
+  callbacks.push_back(std::move(c));  // a notify's codes are not copied again
+  queue_locked(std::move(callbacks), delay, awaited);
 }
 
 bool Simulator::wait_idle(std::chrono::milliseconds timeout) {
@@ -546,27 +548,29 @@ void Simulator::control_loop(std::string path, int fd, int wake_fd) {
     if (ready < 0 && errno == EINTR) continue;
     if (ready < 0 || (fds[0].revents & (POLLIN | POLLHUP)) != 0) break;
     if ((fds[1].revents & POLLIN) == 0) continue;
-    char buffer[512];
+    // Room for a whole line of hundreds of codes, so that it takes one read.
+    char buffer[8192];
     const ssize_t got = ::read(fd, buffer, sizeof buffer);
     if (got <= 0) continue;
     pending.append(buffer, static_cast<std::size_t>(got));
-    std::size_t newline;
-    while ((newline = pending.find('\n')) != std::string::npos) {
-      handle_control_line(pending.substr(0, newline));
-      pending.erase(0, newline + 1);
+    std::size_t start = 0;
+    for (std::size_t newline; (newline = pending.find('\n', start)) != std::string::npos;
+         start = newline + 1) {
+      handle_control_line(std::string_view(pending).substr(start, newline - start));
     }
+    pending.erase(0, start);
   }
   if (keep_open >= 0) ::close(keep_open);
   ::close(fd);
 }
 
-void Simulator::handle_control_line(const std::string& raw) {
-  std::string line = raw;
-  while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t')) line.pop_back();
-  if (line.find_first_not_of(" \t") == std::string::npos) return;
+void Simulator::handle_control_line(std::string_view line) {
+  while (!line.empty() && (line.back() == '\r' || line.back() == ' ' || line.back() == '\t'))
+    line.remove_suffix(1);
+  if (line.find_first_not_of(" \t") == std::string_view::npos) return;
   ControlEvent event;
   if (!parse_control_line(line, &event)) {
-    report("control: " + line);
+    report("control: " + std::string(line));
     return;
   }
   apply(event);

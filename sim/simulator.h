@@ -11,6 +11,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <unordered_map>
 #include <vector>
@@ -89,17 +90,21 @@ class Simulator {
 
   // Properties of the connected camera (live values).
   bool find_property(uint32_t code, ScenarioProperty* property);
-  // Calls `visit(const ScenarioProperty&, const std::vector<uint8_t>& packed)`
-  // for each of `codes` the camera has, in the order given, with its
-  // packed_candidates() (computed when the scenario loaded), under the
-  // simulator's lock: `visit` must not call into the simulator.
-  template <typename Visit>
-  void visit_properties(const uint32_t* codes, uint32_t count, Visit visit) {
+  // Calls `use(const std::vector<PropertySource>& found)` once, under the
+  // simulator's lock, with each of `codes` the camera has, in the order
+  // given, and its packed_candidates() (computed when the scenario loaded):
+  // `use` must not call into the simulator, and `found` points into the
+  // simulator's state only while `use` runs.
+  template <typename Use>
+  void with_properties(const uint32_t* codes, uint32_t count, Use use) {
     std::lock_guard<std::mutex> lock(mu_);
+    std::vector<PropertySource> found;
+    found.reserve(codes != nullptr ? count : 0);
     for (uint32_t i = 0; codes != nullptr && i < count; ++i) {
-      const auto found = prop_index_.find(codes[i]);
-      if (found != prop_index_.end()) visit(props_[found->second], packed_[found->second]);
+      const auto index = prop_index_.find(codes[i]);
+      if (index != prop_index_.end()) found.push_back({&props_[index->second], &packed_[index->second]});
     }
+    use(found);
   }
   // Stores `value`; returns true when it differed from the current one.
   bool store_value(uint32_t code, uint64_t value);
@@ -133,7 +138,7 @@ class Simulator {
   Simulator() = default;
   void dispatch_loop(uint64_t run);
   void control_loop(std::string path, int fd, int wake_fd);
-  void handle_control_line(const std::string& line);
+  void handle_control_line(std::string_view line);
   void start_threads_locked();
   void connect_locked(SCRSDK::IDeviceCallback* callback, CrInt64* handle);
   // The two below queue without waking the delivery thread: the caller

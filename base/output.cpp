@@ -65,6 +65,8 @@ struct FlushAtExit {
 
 constexpr uint32_t kStringType = 0xFFFF;
 
+constexpr size_t kBatchReserve = 8192;
+
 }  // namespace
 
 void write_status_line(std::string_view text) {
@@ -106,6 +108,9 @@ OutputBatch::~OutputBatch() {
 
 void OutputBatch::add(std::string_view line) {
   if (line.empty()) return;
+  // Room for a report of every property at once, so that it is not copied
+  // again and again as it grows.
+  if (text_.empty()) text_.reserve(kBatchReserve);
   text_.append(line.data(), line.size());
   text_.push_back('\n');
 }

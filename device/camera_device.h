@@ -12,6 +12,7 @@
 #include <set>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "CameraRemote_SDK.h"
@@ -178,7 +179,7 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   bool aborted() const { return aborted_.load(); }
 
   SCRSDK::CrDeviceHandle device_handle = 0;
-  std::map<CrInt32u, SCRSDK::CrDeviceProperty> properties;       // GUARDED_BY(cache_mutex)
+  std::unordered_map<CrInt32u, SCRSDK::CrDeviceProperty> properties;  // GUARDED_BY(cache_mutex)
   std::map<CrInt32u, SCRSDK::CrLiveViewProperty> lv_properties;  // GUARDED_BY(cache_mutex)
   uint32_t reserved_word = 0;
   uint32_t model = 0;

@@ -67,13 +67,14 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
       return;
     }
     std::vector<uint32_t> reported;
+    reported.reserve(count > 0 ? static_cast<size_t>(count) : 0);
     {
       std::lock_guard<std::mutex> lock(cache_mutex);
       for (CrInt32 i = 0; list != nullptr && i < count; ++i) {
         const CrInt32u code = list[i].GetCode();
         SCRSDK::CrDeviceProperty& cached = properties[code];
         if (!same_property_record(cached, list[i])) cached = list[i];
-        stale_codes_.erase(code);
+        if (!stale_codes_.empty()) stale_codes_.erase(code);
         reported.push_back(code);
       }
     }

@@ -87,7 +87,7 @@ size_t element_width(uint32_t type);
 // Appends the property status line of `property` to `*line`:
 // "status KEY VALUE [C1 C2 ...] RW" (or "{...}" and "RO"), no newline.
 void append_property_line(std::string_view key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
-                          SkipValueFn skip, bool list_values, std::string* line);
+                          SkipValueFn skip, bool list_values, TextWriter* line);
 
 // ---- SDK code names ------------------------------------------------------
 

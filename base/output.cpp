@@ -168,7 +168,7 @@ namespace {
 // bytes. Reads only within those n bytes and stops at the first zero byte; a
 // control character would break the line framing and is shown as "?". Null
 // gives "UNKNOWN".
-void append_current_string(const uint16_t* str, std::string* out) {
+void append_current_string(const uint16_t* str, TextWriter* out) {
   if (str == nullptr) {
     out->append("UNKNOWN");
     return;
@@ -194,7 +194,7 @@ std::string hex_type(uint32_t type) {
 }  // namespace
 
 void append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
-                        SkipValueFn skip, bool list_values, std::string* line) {
+                        SkipValueFn skip, bool list_values, TextWriter* line) {
   const bool string_record = fields.type == kStringType;
   const bool text_row = is_text_converter(to_text);
   // The record's data type decides what its value is; a mismatch with the
@@ -206,13 +206,15 @@ void append_status_line(std::string_view key, const PropertyFields& fields, ToTe
     log_message(about(key) + ": data type " + hex_type(fields.type) + " (text) reported; shown as text");
   }
 
-  line->append("status ", 7).append(key).push_back(' ');
+  line->append("status ");
+  line->append(key);
+  line->push_back(' ');
   if (string_record) {
     append_current_string(fields.current_str, line);
   } else {
     to_text(fields.current, line);
   }
-  line->append(list_values ? " [" : " {", 2);
+  line->append(list_values ? " [" : " {");
 
   size_t appended = 0;
   if (string_record && fields.size > 0) {
@@ -252,12 +254,12 @@ void append_status_line(std::string_view key, const PropertyFields& fields, ToTe
     to_text(fields.current, line);
   }
   line->push_back(list_values ? ']' : '}');
-  line->append(fields.writable ? " RW" : " RO", 3);
+  line->append(fields.writable ? " RW" : " RO");
 }
 
 std::string compose_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
                                 SkipValueFn skip, bool list_values) {
-  std::string line;
+  TextWriter line;
   append_status_line(key, fields, to_text, skip, list_values, &line);
-  return line;
+  return std::string(line.view());
 }

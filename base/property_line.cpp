@@ -7,7 +7,7 @@
 #include "base/base.h"
 
 void append_property_line(std::string_view key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
-                          SkipValueFn skip, bool list_values, std::string* line) {
+                          SkipValueFn skip, bool list_values, TextWriter* line) {
   PropertyFields fields;
   fields.type = static_cast<uint32_t>(property.GetValueType());
   fields.current = property.GetCurrentValue();

@@ -36,7 +36,7 @@ inline constexpr uint32_t kMaxListedCandidates = 4096;
 // trailing bytes that do not make a whole element, more than
 // kMaxListedCandidates candidates) is shown as far as it can be and logged.
 void append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
-                        SkipValueFn skip, bool list_values, std::string* line);
+                        SkipValueFn skip, bool list_values, TextWriter* line);
 
 // The same line as a string of its own.
 std::string compose_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,

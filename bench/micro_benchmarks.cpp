@@ -37,11 +37,11 @@ void compose(benchmark::State& state, uint32_t code, uint32_t type, unsigned wid
   fields.values = packed.data();
   fields.size = static_cast<uint32_t>(packed.size());
   fields.writable = true;
-  std::string line;
+  TextWriter line;
   for (auto _ : state) {
     line.clear();
     append_status_line(row->name, fields, row->toText, row->skipValue, row->listValues, &line);
-    benchmark::DoNotOptimize(line.data());
+    benchmark::DoNotOptimize(line.view().data());
   }
 }
 
@@ -73,12 +73,12 @@ void BM_ToTextEveryRow(benchmark::State& state) {
   for (const auto& entry : propertyTable) {
     if (entry.second.toText != &sdkStringToText) converters.push_back(entry.second.toText);
   }
-  std::string text;
+  TextWriter text;
   for (auto _ : state) {
     for (ToTextFn to_text : converters) {
       text.clear();
       to_text(1, &text);
-      benchmark::DoNotOptimize(text.data());
+      benchmark::DoNotOptimize(text.view().data());
     }
   }
   state.SetItemsProcessed(state.iterations() * static_cast<int64_t>(converters.size()));

@@ -238,7 +238,7 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   bool last_answer_ok_ = false;             // GUARDED_BY(answer_mutex_)
   bool quick_in_flight_ = false;            // GUARDED_BY(answer_mutex_)
   std::vector<uint32_t> held_codes_;        // GUARDED_BY(answer_mutex_)
-  std::string line_buffer_;                 // GUARDED_BY(answer_mutex_): report_cached's line
+  TextWriter line_buffer_;                  // GUARDED_BY(answer_mutex_): report_cached's line
   // Codes whose cached value may be out of date (a fetch failed, or a write
   // went unconfirmed): the no-change rule does not trust them.
   std::set<uint32_t> stale_codes_;  // GUARDED_BY(cache_mutex)

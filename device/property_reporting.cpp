@@ -15,7 +15,7 @@ namespace {
 
 constexpr uint32_t kBlackLevelCode = 0x2AC;
 
-void numeric_text(uint64_t value, std::string* out) { out->append(std::to_string(value)); }
+void numeric_text(uint64_t value, TextWriter* out) { out->append(std::to_string(value)); }
 
 bool keep_all(uint64_t /*value*/) { return false; }
 
@@ -175,7 +175,7 @@ void CameraDevice::report_cached(uint32_t code) {
   // Composed from the cached record under the lock (no copy of the record
   // and its buffers), into a buffer that keeps its capacity from line to
   // line; written without the lock.
-  std::string& line = line_buffer_;
+  TextWriter& line = line_buffer_;
   line.clear();
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
@@ -195,6 +195,6 @@ void CameraDevice::report_cached(uint32_t code) {
       append_property_line(row->name, property, row->toText, row->skipValue, row->listValues, &line);
     }
   }
-  write_report_line(line);
-  log_message(line);
+  write_report_line(line.view());
+  log_message(line.view());
 }

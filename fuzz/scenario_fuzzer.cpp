@@ -15,7 +15,7 @@
 namespace {
 
 bool keep_all(uint64_t) { return false; }
-void decimal(uint64_t value, std::string* out) { out->append(std::to_string(value)); }
+void decimal(uint64_t value, TextWriter* out) { out->append(std::to_string(value)); }
 
 }  // namespace
 
@@ -50,13 +50,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     sim::fill_property_record(property, &record);
     const SCRSDK::CrDeviceProperty copy(record);
     const PropertyInfo* row = find_property(copy.GetCode());
-    std::string line;
+    TextWriter line;
     if (row != nullptr) {
       append_property_line(row->name, copy, row->toText, row->skipValue, row->listValues, &line);
     } else {
       append_property_line("K", copy, decimal, keep_all, false, &line);
     }
-    if (line.find('\n') != std::string::npos) std::abort();
+    if (line.view().find('\n') != std::string_view::npos) std::abort();
   }
   flush_raw_lines();  // "unhandled unit" waits for the next write otherwise
   return 0;

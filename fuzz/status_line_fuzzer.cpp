@@ -25,7 +25,7 @@ constexpr uint32_t kTypes[] = {0,      1,      2,      3,      4,      5,      0
                                0x5002, 0x5003, 0x5004, 0x5005, 0xFFFF, 0x12002};
 
 bool keep_all(uint64_t) { return false; }
-void decimal(uint64_t value, std::string* out) { out->append(std::to_string(value)); }
+void decimal(uint64_t value, TextWriter* out) { out->append(std::to_string(value)); }
 
 [[noreturn]] void broken(const std::string& line, const char* what) {
   std::fprintf(stderr, "status line %s: %s\n", what, line.c_str());

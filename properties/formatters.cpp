@@ -23,26 +23,27 @@ constexpr char kDigitPairs[] =
     "80818283848586878889"
     "90919293949596979899";
 
-void append_unsigned(uint64_t value, std::string* out) {
-  char buffer[20];
-  char* end = buffer + sizeof(buffer);
-  char* first = end;
+void append_unsigned(uint64_t value, TextWriter* out) {
+  size_t digits = 1;
+  for (uint64_t bound = 10; digits < 20 && value >= bound; bound *= 10) ++digits;
+  char* const first = out->room(digits);
+  char* next = first + digits;
   while (value >= 100) {
     const uint64_t pair = value % 100;
     value /= 100;
-    *--first = kDigitPairs[pair * 2 + 1];
-    *--first = kDigitPairs[pair * 2];
+    *--next = kDigitPairs[pair * 2 + 1];
+    *--next = kDigitPairs[pair * 2];
   }
   if (value >= 10) {
-    *--first = kDigitPairs[value * 2 + 1];
-    *--first = kDigitPairs[value * 2];
+    *--next = kDigitPairs[value * 2 + 1];
+    *--next = kDigitPairs[value * 2];
   } else {
-    *--first = static_cast<char>('0' + value);
+    *--next = static_cast<char>('0' + value);
   }
-  out->append(first, static_cast<size_t>(end - first));
+  out->commit(first + digits);
 }
 
-void append_signed(int64_t value, std::string* out) {
+void append_signed(int64_t value, TextWriter* out) {
   if (value >= 0) {
     append_unsigned(static_cast<uint64_t>(value), out);
   } else {
@@ -54,16 +55,16 @@ void append_signed(int64_t value, std::string* out) {
 
 // Default stream formatting: six significant digits, no trailing zeros.
 // printf's %g is what the stream does by default, without building a stream.
-void append_double(double value, std::string* out) {
+void append_double(double value, TextWriter* out) {
   char buffer[32];
   const int n = std::snprintf(buffer, sizeof buffer, "%g", value);
-  out->append(buffer, n > 0 ? static_cast<size_t>(n) : 0);
+  out->append(std::string_view(buffer, n > 0 ? static_cast<size_t>(n) : 0));
 }
 
 // Rounds to one decimal, halves away from zero, and appends the result as
 // append_double would. The sign of a negative number rounded to zero
 // survives ("-0").
-void append_one_decimal(double value, std::string* out) {
+void append_one_decimal(double value, TextWriter* out) {
   const bool negative = value < 0;
   const int64_t tenths = static_cast<int64_t>((negative ? -value : value) * 10 + 0.5);
   if (tenths >= 1000000) {
@@ -84,17 +85,17 @@ void append_one_decimal(double value, std::string* out) {
 
 }  // namespace
 
-void formatUnsigned(uint64_t value, std::string* out) { append_unsigned(value, out); }
+void formatUnsigned(uint64_t value, TextWriter* out) { append_unsigned(value, out); }
 
-void formatInt16(uint64_t value, std::string* out) {
+void formatInt16(uint64_t value, TextWriter* out) {
   append_signed(static_cast<int16_t>(static_cast<uint16_t>(value & 0xFFFF)), out);
 }
 
-void formatInt8(uint64_t value, std::string* out) {
+void formatInt8(uint64_t value, TextWriter* out) {
   append_signed(static_cast<int8_t>(static_cast<uint8_t>(value & 0xFF)), out);
 }
 
-void formatButtonState(uint64_t value, std::string* out) {
+void formatButtonState(uint64_t value, TextWriter* out) {
   out->append(value == 1 ? "UP" : value == 2 ? "DOWN" : "UNKOWN");
 }
 
@@ -112,7 +113,7 @@ bool acceptAll(uint64_t /*value*/) { return false; }
 
 bool keepUnitNumerator(uint64_t value) { return ((value >> 16) & 0xFFFF) != 1; }
 
-void exposureBiasToText(uint64_t value, std::string* out) {
+void exposureBiasToText(uint64_t value, TextWriter* out) {
   append_one_decimal(static_cast<int16_t>(static_cast<uint16_t>(value & 0xFFFF)) / 1000.0, out);
 }
 
@@ -121,7 +122,7 @@ uint64_t exposureBiasFromText(const std::string& text) {
   return float_to_uint32(stof32(text)) & 0xFFFF;
 }
 
-void fNumberToText(uint64_t value, std::string* out) {
+void fNumberToText(uint64_t value, TextWriter* out) {
   if (value == 0 || value == 0xFFFD) {
     out->append("32");
   } else if (value == 0xFFFE || value == 0xFFFF) {
@@ -138,7 +139,7 @@ uint64_t fNumberFromText(const std::string& text) {
   return float_to_uint32(scaled) & 0xFFFF;
 }
 
-void isoToText(uint64_t value, std::string* out) {
+void isoToText(uint64_t value, TextWriter* out) {
   if (value == 0xFFFFFF) {
     out->append("AUTO");
   } else if (value != 1 && value != 2) {
@@ -151,7 +152,7 @@ uint64_t isoFromText(const std::string& text) {
   return static_cast<uint32_t>(stoi32(text));
 }
 
-void shutterSpeedToText(uint64_t value, std::string* out) {
+void shutterSpeedToText(uint64_t value, TextWriter* out) {
   if (value == 0) {
     out->append("Bulb");
     return;
@@ -167,7 +168,7 @@ uint64_t shutterSpeedFromText(const std::string& text) {
   return 0x10000 + (static_cast<uint32_t>(stoi32(denominator)) & 0xFFFF);
 }
 
-void shutterSpeed64ToText(uint64_t value, std::string* out) {
+void shutterSpeed64ToText(uint64_t value, TextWriter* out) {
   if (value == 0) {
     out->append("Bulb");
     return;
@@ -186,7 +187,7 @@ uint64_t fractionFromText(const std::string& text) {
   return (static_cast<uint64_t>(high) << 32) | low;
 }
 
-void ndFilterValueToText(uint64_t value, std::string* out) {
+void ndFilterValueToText(uint64_t value, TextWriter* out) {
   if (value == UINT64_MAX) {
     out->append("Nothing");
     return;
@@ -196,7 +197,7 @@ void ndFilterValueToText(uint64_t value, std::string* out) {
   append_unsigned(value & 0xFFFFFFFF, out);
 }
 
-void shutterAngleToText(uint64_t value, std::string* out) {
+void shutterAngleToText(uint64_t value, TextWriter* out) {
   append_double(static_cast<double>(value) / 1000.0, out);
 }
 
@@ -205,13 +206,13 @@ uint64_t shutterAngleFromText(const std::string& text) {
   return float_to_uint64(scaled);
 }
 
-void formatUint8(uint64_t value, std::string* out) { append_unsigned(value & 0xFF, out); }
+void formatUint8(uint64_t value, TextWriter* out) { append_unsigned(value & 0xFF, out); }
 
-void formatInt32(uint64_t value, std::string* out) {
+void formatInt32(uint64_t value, TextWriter* out) {
   append_signed(static_cast<int32_t>(static_cast<uint32_t>(value & 0xFFFFFFFF)), out);
 }
 
-void kneeAutoMaxPointToText(uint64_t value, std::string* out) {
+void kneeAutoMaxPointToText(uint64_t value, TextWriter* out) {
   if (value == 0) {
     out->append("INVALID");
     return;
@@ -219,7 +220,7 @@ void kneeAutoMaxPointToText(uint64_t value, std::string* out) {
   append_unsigned(value & 0xFFFF, out);
 }
 
-void kneeManualPointToText(uint64_t value, std::string* out) {
+void kneeManualPointToText(uint64_t value, TextWriter* out) {
   if (value == 0) {
     out->append("INVALID");
     return;
@@ -238,7 +239,7 @@ uint64_t parseSignedLowByte(const std::string& text) {
   return static_cast<uint64_t>(static_cast<int64_t>(low));
 }
 
-void sdkStringToText(uint64_t value, std::string* out) {
+void sdkStringToText(uint64_t value, TextWriter* out) {
   if (value == 0) {
     out->append("UNKNOWN");
     return;

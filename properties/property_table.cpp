@@ -220,9 +220,9 @@ const PropertyInfo* find_property(PropertyCode code) {
 }
 
 std::string value_text(ToTextFn to_text, uint64_t value) {
-  std::string text;
+  TextWriter text;
   to_text(value, &text);
-  return text;
+  return std::string(text.view());
 }
 
 bool is_text_converter(ToTextFn to_text) { return to_text == &sdkStringToText; }

@@ -7,12 +7,14 @@
 #include <map>
 #include <string>
 
+#include "properties/text_writer.h"
+
 // An SDK device-property code, zero-extended to 64 bits.
 using PropertyCode = uint64_t;
 
 // Renders one value as protocol text, appended to `*out` (so that a status
 // line is composed in one buffer); never fails.
-using ToTextFn = void (*)(uint64_t value, std::string* out);
+using ToTextFn = void (*)(uint64_t value, TextWriter* out);
 // Parses protocol text into an SDK value. Parsers raise
 // std::invalid_argument / std::out_of_range like the standard conversions
 // for a malformed number, and std::invalid_argument for a word their map
@@ -58,7 +60,7 @@ bool is_text_converter(ToTextFn to_text);
 // ("CrExposure_M_Manual" ...), looked up on the low 32 bits only; "UNKNOWN"
 // for any other value; a text that names no program raises
 // std::invalid_argument.
-void exposureModeToText(uint64_t value, std::string* out);
+void exposureModeToText(uint64_t value, TextWriter* out);
 uint64_t exposureModeFromText(const std::string& text);
 
 #endif  // VK_SONY_PROPERTIES_PROPERTY_TABLE_H

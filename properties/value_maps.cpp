@@ -9,7 +9,7 @@
 
 #include "properties/property_table.h"
 
-void map_to_text(const ValueMap& map, uint64_t value, std::string* out) {
+void map_to_text(const ValueMap& map, uint64_t value, TextWriter* out) {
   for (size_t i = 0; i < map.count; ++i) {
     if (map.entries[i].code == value) {
       out->append(map.entries[i].text);
@@ -237,7 +237,7 @@ constexpr CodeText kRecorderMainStatusEntries[] = {
 
 }  // namespace
 
-void exposureModeToText(uint64_t value, std::string* out) {
+void exposureModeToText(uint64_t value, TextWriter* out) {
   // Only the low 32 bits count here, unlike every other map.
   const uint32_t index = static_cast<uint32_t>(value) - 1u;
   out->append(index > 6 ? "UNKNOWN" : kExposurePrograms[index]);

@@ -8,6 +8,8 @@
 #include <string>
 #include <string_view>
 
+#include "properties/text_writer.h"
+
 struct CodeText {
   uint64_t code;
   std::string_view text;
@@ -22,14 +24,14 @@ struct ValueMap {
 
 // Appends the text of the entry whose code equals the whole 64-bit value,
 // else the map's fallback.
-void map_to_text(const ValueMap& map, uint64_t value, std::string* out);
+void map_to_text(const ValueMap& map, uint64_t value, TextWriter* out);
 // The code of the entry whose text equals `text` exactly; any other text
 // raises std::invalid_argument (0 can be a code of its own).
 uint64_t map_from_text(const ValueMap& map, const std::string& text);
 
 // Row converters bound to one map, usable as plain function pointers.
 template <const ValueMap& kMap>
-void mapToText(uint64_t value, std::string* out) {
+void mapToText(uint64_t value, TextWriter* out) {
   map_to_text(kMap, value, out);
 }
 template <const ValueMap& kMap>

@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#include <sys/eventfd.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -291,6 +292,7 @@ void Simulator::connect(SCRSDK::IDeviceCallback* callback, CrInt64* handle) {
   {
     std::lock_guard<std::mutex> lock(mu_);
     connect_locked(callback, handle);
+    wake_dispatcher();
   }
   cv_.notify_all();
 }
@@ -381,8 +383,8 @@ void Simulator::queue(std::vector<Callback> callbacks, std::chrono::milliseconds
   {
     std::lock_guard<std::mutex> lock(mu_);
     queue_locked(std::move(callbacks), delay, awaited);
+    wake_dispatcher();
   }
-  // Woken after the lock is released, the delivery thread does not block on it.
   cv_.notify_all();
 }
 
@@ -396,6 +398,7 @@ void Simulator::apply(const ControlEvent& event, std::chrono::milliseconds delay
   {
     std::lock_guard<std::mutex> lock(mu_);
     apply_locked(event, delay, awaited);
+    wake_dispatcher();
   }
   cv_.notify_all();
 }
@@ -473,43 +476,66 @@ uint32_t Simulator::next_frame() {
 
 void Simulator::start_threads_locked() {
   stop_ = false;
-  if (!dispatcher_.joinable()) dispatcher_ = std::thread([this, run = run_] { dispatch_loop(run); });
-  if (control_path_.empty() || control_reader_.joinable()) return;
-  // The FIFO exists and is open for reading before Connect returns, so a
-  // writer may open it at once.
-  if (::mkfifo(control_path_.c_str(), 0600) != 0 && errno != EEXIST) {
-    report("control: " + control_path_ + ": " + std::strerror(errno));
-    return;
+  if (dispatcher_.joinable()) return;
+  if (wake_fd_ < 0) wake_fd_ = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+  int control_fd = -1;
+  if (!control_path_.empty()) {
+    // The FIFO exists and is open for reading before Connect returns, so a
+    // writer may open it at once.
+    if (::mkfifo(control_path_.c_str(), 0600) != 0 && errno != EEXIST) {
+      report("control: " + control_path_ + ": " + std::strerror(errno));
+    } else if ((control_fd = ::open(control_path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) < 0) {
+      report("control: " + control_path_ + ": " + std::strerror(errno));
+    }
   }
-  const int fd = ::open(control_path_.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  if (fd < 0) {
-    report("control: " + control_path_ + ": " + std::strerror(errno));
-    return;
-  }
-  if (::pipe(control_wake_) != 0) {
-    ::close(fd);
-    return;
-  }
-  control_reader_ = std::thread(
-      [this, path = control_path_, fd, wake = control_wake_[0]] { control_loop(path, fd, wake); });
+  dispatcher_ = std::thread(
+      [this, run = run_, path = control_path_, control_fd] { dispatch_loop(run, path, control_fd); });
 }
 
-void Simulator::dispatch_loop(uint64_t run) {
+void Simulator::wake_dispatcher() {
+  const uint64_t one = 1;
+  if (wake_fd_ >= 0 && ::write(wake_fd_, &one, sizeof one) < 0) {
+    // Already readable (the counter is full): the dispatcher wakes anyway.
+  }
+}
+
+void Simulator::dispatch_loop(uint64_t run, const std::string& control_path, int control_fd) {
+  // Holding a write end ourselves keeps the FIFO from reporting end of file
+  // between writers that open and close it.
+  const int keep_open = control_fd < 0 ? -1 : ::open(control_path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
+  std::string pending;  // control text not yet ended by a newline
   std::unique_lock<std::mutex> lock(mu_);
   // A dispatcher left running by a Release made from inside a callback ends
   // when that callback returns, even if a new run has started meanwhile.
   while (!stop_ && run == run_) {
-    if (queue_.empty()) {
-      cv_.wait(lock);
-      continue;
-    }
     auto next = std::min_element(queue_.begin(), queue_.end(), [](const Entry& a, const Entry& b) {
       return a.due != b.due ? a.due < b.due : a.seq < b.seq;
     });
-    if (next->due > Clock::now()) {
-      // Copy the time: the queue may grow (and move its entries) while we wait.
-      const Clock::time_point due = next->due;
-      cv_.wait_until(lock, due);
+    const Clock::time_point now = Clock::now();
+    if (next == queue_.end() || next->due > now) {
+      // Nothing due: sleep until the next entry is, a wake-up or a control
+      // line, without the lock. A line read here is queued and delivered by
+      // this same thread, with no hand-over to another.
+      const int wake_fd = wake_fd_;
+      std::chrono::nanoseconds wait = std::chrono::nanoseconds::max();
+      if (next != queue_.end()) wait = next->due - now;
+      // Without a wake-up descriptor (none could be made) it looks again
+      // every millisecond.
+      if (wake_fd < 0) wait = std::min<std::chrono::nanoseconds>(wait, std::chrono::milliseconds(1));
+      const bool timed = wait != std::chrono::nanoseconds::max();
+      lock.unlock();
+      const timespec timeout{static_cast<time_t>(wait.count() / 1000000000),
+                             static_cast<long>(wait.count() % 1000000000)};
+      pollfd fds[2] = {{wake_fd, POLLIN, 0}, {control_fd, POLLIN, 0}};
+      const int ready = ::ppoll(fds, control_fd < 0 ? 1 : 2, timed ? &timeout : nullptr, nullptr);
+      if (ready > 0 && (fds[0].revents & POLLIN) != 0) {
+        uint64_t count = 0;
+        if (::read(wake_fd, &count, sizeof count) < 0) {
+          // Drained by nobody else; nothing to do.
+        }
+      }
+      if (ready > 0 && (fds[1].revents & POLLIN) != 0) read_control(control_fd, &pending);
+      lock.lock();
       continue;
     }
     Entry entry = std::move(*next);
@@ -533,35 +559,25 @@ void Simulator::dispatch_loop(uint64_t run) {
     }
     cv_.notify_all();
   }
+  lock.unlock();
+  if (keep_open >= 0) ::close(keep_open);
+  if (control_fd >= 0) ::close(control_fd);
 }
 
 // ---- control FIFO ----
 
-void Simulator::control_loop(std::string path, int fd, int wake_fd) {
-  // Holding a write end ourselves keeps the FIFO from reporting end of file
-  // between writers that open and close it.
-  const int keep_open = ::open(path.c_str(), O_WRONLY | O_NONBLOCK | O_CLOEXEC);
-  std::string pending;
-  for (;;) {
-    pollfd fds[2] = {{wake_fd, POLLIN, 0}, {fd, POLLIN, 0}};
-    const int ready = ::poll(fds, 2, -1);
-    if (ready < 0 && errno == EINTR) continue;
-    if (ready < 0 || (fds[0].revents & (POLLIN | POLLHUP)) != 0) break;
-    if ((fds[1].revents & POLLIN) == 0) continue;
-    // Room for a whole line of hundreds of codes, so that it takes one read.
-    char buffer[8192];
-    const ssize_t got = ::read(fd, buffer, sizeof buffer);
-    if (got <= 0) continue;
-    pending.append(buffer, static_cast<std::size_t>(got));
-    std::size_t start = 0;
-    for (std::size_t newline; (newline = pending.find('\n', start)) != std::string::npos;
-         start = newline + 1) {
-      handle_control_line(std::string_view(pending).substr(start, newline - start));
-    }
-    pending.erase(0, start);
+void Simulator::read_control(int fd, std::string* pending) {
+  // Room for a whole line of hundreds of codes, so that it takes one read.
+  char buffer[8192];
+  const ssize_t got = ::read(fd, buffer, sizeof buffer);
+  if (got <= 0) return;
+  pending->append(buffer, static_cast<std::size_t>(got));
+  std::size_t start = 0;
+  for (std::size_t newline; (newline = pending->find('\n', start)) != std::string::npos;
+       start = newline + 1) {
+    handle_control_line(std::string_view(*pending).substr(start, newline - start));
   }
-  if (keep_open >= 0) ::close(keep_open);
-  ::close(fd);
+  pending->erase(0, start);
 }
 
 void Simulator::handle_control_line(std::string_view line) {
@@ -573,14 +589,15 @@ void Simulator::handle_control_line(std::string_view line) {
     report("control: " + std::string(line));
     return;
   }
-  apply(event);
+  // Read by the dispatcher itself, which looks at the queue next: no wake-up.
+  std::lock_guard<std::mutex> lock(mu_);
+  apply_locked(event, std::chrono::milliseconds(0), true);
 }
 
 // ---- shutdown ----
 
 void Simulator::shut_down(bool forget_scenario) {
   std::thread dispatcher;
-  std::thread control_reader;
   {
     std::lock_guard<std::mutex> lock(mu_);
     stop_ = true;
@@ -588,20 +605,12 @@ void Simulator::shut_down(bool forget_scenario) {
     connected_ = false;
     ++generation_;
     cv_.notify_all();
-    if (control_wake_[1] >= 0 && ::write(control_wake_[1], "x", 1) < 0) {
-      // The reader also stops on the pipe's hang-up below.
-    }
+    wake_dispatcher();
     dispatcher = std::move(dispatcher_);
-    control_reader = std::move(control_reader_);
   }
   join_or_detach(&dispatcher);
-  join_or_detach(&control_reader);
   {
     std::lock_guard<std::mutex> lock(mu_);
-    for (int& fd : control_wake_) {
-      if (fd >= 0) ::close(fd);
-      fd = -1;
-    }
     stop_ = false;
     queue_.clear();
     busy_ = false;

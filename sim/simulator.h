@@ -1,6 +1,6 @@
 // The simulated camera's state: the loaded scenario, the connected device,
-// the callback queue with its delivery thread, the control FIFO reader and
-// the trace. One process-wide instance; every member is thread-safe.
+// the callback queue with its delivery thread (which also reads the control
+// FIFO) and the trace. One process-wide instance; every member is thread-safe.
 #ifndef VK_SONY_SIM_SIMULATOR_H
 #define VK_SONY_SIM_SIMULATOR_H
 
@@ -136,13 +136,19 @@ class Simulator {
   };
 
   Simulator() = default;
-  void dispatch_loop(uint64_t run);
-  void control_loop(std::string path, int fd, int wake_fd);
+  // The delivery thread: delivers the queued callbacks when due and, with
+  // `control_fd` (the FIFO's read end, closed at the end; -1 for none),
+  // reads control lines while nothing is due.
+  void dispatch_loop(uint64_t run, const std::string& control_path, int control_fd);
+  // Reads what the FIFO holds and applies every whole line of it.
+  void read_control(int fd, std::string* pending);
   void handle_control_line(std::string_view line);
   void start_threads_locked();
+  // Makes the delivery thread look at the queue again. Caller holds mu_.
+  void wake_dispatcher();
   void connect_locked(SCRSDK::IDeviceCallback* callback, CrInt64* handle);
   // The two below queue without waking the delivery thread: the caller
-  // notifies cv_ once it has released mu_.
+  // wakes it (wake_dispatcher) and notifies cv_.
   void queue_locked(std::vector<Callback> callbacks, std::chrono::milliseconds delay, bool awaited);
   void apply_locked(const ControlEvent& event, std::chrono::milliseconds delay, bool awaited);
   bool store_value_locked(uint32_t code, uint64_t value);
@@ -180,8 +186,7 @@ class Simulator {
   uint64_t run_ = 0;                                      // guarded by mu_; a dispatcher serves one run
   uint32_t frame_no_ = 0;                                 // guarded by mu_
   std::thread dispatcher_;                                // guarded by mu_
-  std::thread control_reader_;                            // guarded by mu_
-  int control_wake_[2] = {-1, -1};                        // guarded by mu_
+  int wake_fd_ = -1;  // guarded by mu_; an eventfd the delivery thread polls, never closed
 };
 
 }  // namespace sim

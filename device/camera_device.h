@@ -226,6 +226,13 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   // Writes the status line of the cached record of `code` (or logs a code
   // the bridge does not support). Caller holds answer_mutex_.
   void report_cached(uint32_t code);
+  // The same for each of `codes`, into the OutputBatch the caller has open.
+  // Caller holds answer_mutex_.
+  void report_cached(const std::vector<uint32_t>& codes);
+  // Composes the status line of the cached record of `code` into `*line`;
+  // false (and logged) for a code the bridge does not support. Caller holds
+  // cache_mutex.
+  bool compose_cached_line(uint32_t code, TextWriter* line);
   // Opens the gate and ends wait_for_first_batch, once, after OnConnected.
   void open_after_first_batch();
 

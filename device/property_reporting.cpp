@@ -95,7 +95,7 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
         // The batch's status lines leave together, after the answer, and
         // READY with the first of them.
         OutputBatch lines;
-        for (uint32_t code : reported) report_cached(code);
+        report_cached(reported);
         if (ready_armed.load() && !ready_sent.exchange(true)) lines.add("READY");
       }
     }
@@ -161,40 +161,55 @@ void CameraDevice::flush_held_reports() {
   std::vector<uint32_t> held;
   held.swap(held_codes_);
   OutputBatch lines;
-  for (uint32_t code : held) report_cached(code);
+  report_cached(held);
 }
 
 void CameraDevice::report_cached(uint32_t code) {
+  // Composed from the cached record under the lock (no copy of the record
+  // and its buffers); written without it.
+  bool composed = false;
+  {
+    std::lock_guard<std::mutex> lock(cache_mutex);
+    composed = compose_cached_line(code, &line_buffer_);
+  }
+  if (!composed) return;
+  write_report_line(line_buffer_.view());
+  log_message(line_buffer_.view());
+}
+
+void CameraDevice::report_cached(const std::vector<uint32_t>& codes) {
+  // One lock for the whole batch: the lines only join the open batch here.
+  std::lock_guard<std::mutex> lock(cache_mutex);
+  for (uint32_t code : codes) {
+    if (!compose_cached_line(code, &line_buffer_)) continue;
+    write_report_line(line_buffer_.view());
+    log_message(line_buffer_.view());
+  }
+}
+
+bool CameraDevice::compose_cached_line(uint32_t code, TextWriter* line) {
   const PropertyInfo* row = find_property(code);
   const bool black_level_alias = (model == 20 || model == 21) && code == kBlackLevelCode;
   if (!black_level_alias && row == nullptr) {
     log_message("UNHANDLED property case : " + device_property_name(code) + " (" + std::to_string(code) +
                 ")");
-    return;
+    return false;
   }
-  // Composed from the cached record under the lock (no copy of the record
-  // and its buffers), into a buffer that keeps its capacity from line to
-  // line; written without the lock.
-  TextWriter& line = line_buffer_;
-  line.clear();
-  {
-    std::lock_guard<std::mutex> lock(cache_mutex);
-    static const SCRSDK::CrDeviceProperty kNoRecord;
-    const auto found = properties.find(code);
-    const SCRSDK::CrDeviceProperty& property = found != properties.end() ? found->second : kNoRecord;
-    if (black_level_alias) {
-      // These models carry their black level under 0x2AC; the parent knows
-      // it by the name "PP_BLACK_LEVEL".
-      constexpr std::string_view kBlackLevelKey = "PP_BLACK_LEVEL";
-      if (row != nullptr) {
-        append_property_line(kBlackLevelKey, property, row->toText, row->skipValue, row->listValues, &line);
-      } else {
-        append_property_line(kBlackLevelKey, property, numeric_text, keep_all, false, &line);
-      }
+  line->clear();
+  static const SCRSDK::CrDeviceProperty kNoRecord;
+  const auto found = properties.find(code);
+  const SCRSDK::CrDeviceProperty& property = found != properties.end() ? found->second : kNoRecord;
+  if (black_level_alias) {
+    // These models carry their black level under 0x2AC; the parent knows
+    // it by the name "PP_BLACK_LEVEL".
+    constexpr std::string_view kBlackLevelKey = "PP_BLACK_LEVEL";
+    if (row != nullptr) {
+      append_property_line(kBlackLevelKey, property, row->toText, row->skipValue, row->listValues, line);
     } else {
-      append_property_line(row->name, property, row->toText, row->skipValue, row->listValues, &line);
+      append_property_line(kBlackLevelKey, property, numeric_text, keep_all, false, line);
     }
+  } else {
+    append_property_line(row->name, property, row->toText, row->skipValue, row->listValues, line);
   }
-  write_report_line(line.view());
-  log_message(line.view());
+  return true;
 }

@@ -292,8 +292,9 @@ void Simulator::connect(SCRSDK::IDeviceCallback* callback, CrInt64* handle) {
   {
     std::lock_guard<std::mutex> lock(mu_);
     connect_locked(callback, handle);
-    wake_dispatcher();
   }
+  // Woken after the lock is released, the delivery thread does not block on it.
+  wake_dispatcher();
   cv_.notify_all();
 }
 
@@ -383,8 +384,8 @@ void Simulator::queue(std::vector<Callback> callbacks, std::chrono::milliseconds
   {
     std::lock_guard<std::mutex> lock(mu_);
     queue_locked(std::move(callbacks), delay, awaited);
-    wake_dispatcher();
   }
+  wake_dispatcher();
   cv_.notify_all();
 }
 
@@ -398,8 +399,8 @@ void Simulator::apply(const ControlEvent& event, std::chrono::milliseconds delay
   {
     std::lock_guard<std::mutex> lock(mu_);
     apply_locked(event, delay, awaited);
-    wake_dispatcher();
   }
+  wake_dispatcher();
   cv_.notify_all();
 }
 
@@ -477,7 +478,7 @@ uint32_t Simulator::next_frame() {
 void Simulator::start_threads_locked() {
   stop_ = false;
   if (dispatcher_.joinable()) return;
-  if (wake_fd_ < 0) wake_fd_ = ::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC);
+  if (wake_fd_.load() < 0) wake_fd_.store(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC));
   int control_fd = -1;
   if (!control_path_.empty()) {
     // The FIFO exists and is open for reading before Connect returns, so a
@@ -494,7 +495,8 @@ void Simulator::start_threads_locked() {
 
 void Simulator::wake_dispatcher() {
   const uint64_t one = 1;
-  if (wake_fd_ >= 0 && ::write(wake_fd_, &one, sizeof one) < 0) {
+  const int fd = wake_fd_.load();
+  if (fd >= 0 && ::write(fd, &one, sizeof one) < 0) {
     // Already readable (the counter is full): the dispatcher wakes anyway.
   }
 }
@@ -516,7 +518,7 @@ void Simulator::dispatch_loop(uint64_t run, const std::string& control_path, int
       // Nothing due: sleep until the next entry is, a wake-up or a control
       // line, without the lock. A line read here is queued and delivered by
       // this same thread, with no hand-over to another.
-      const int wake_fd = wake_fd_;
+      const int wake_fd = wake_fd_.load();
       std::chrono::nanoseconds wait = std::chrono::nanoseconds::max();
       if (next != queue_.end()) wait = next->due - now;
       // Without a wake-up descriptor (none could be made) it looks again

@@ -144,7 +144,8 @@ class Simulator {
   void read_control(int fd, std::string* pending);
   void handle_control_line(std::string_view line);
   void start_threads_locked();
-  // Makes the delivery thread look at the queue again. Caller holds mu_.
+  // Makes the delivery thread look at the queue again. Best called without
+  // mu_, so that the woken thread does not block on it.
   void wake_dispatcher();
   void connect_locked(SCRSDK::IDeviceCallback* callback, CrInt64* handle);
   // The two below queue without waking the delivery thread: the caller
@@ -186,7 +187,9 @@ class Simulator {
   uint64_t run_ = 0;                                      // guarded by mu_; a dispatcher serves one run
   uint32_t frame_no_ = 0;                                 // guarded by mu_
   std::thread dispatcher_;                                // guarded by mu_
-  int wake_fd_ = -1;  // guarded by mu_; an eventfd the delivery thread polls, never closed
+  // An eventfd the delivery thread polls: made under mu_ by the first
+  // start_threads_locked, never closed.
+  std::atomic<int> wake_fd_{-1};
 };
 
 }  // namespace sim

@@ -29,6 +29,19 @@ constexpr TypeName kTypeNames[] = {
     {"Button", 0x12002},
 };
 
+// Whether `c` ends a word that is not a quoted text.
+bool ends_word(char c) {
+  switch (c) {
+    case ' ':
+    case '\t':
+    case '\r':
+    case '#':
+      return true;
+    default:
+      return false;
+  }
+}
+
 // Splits a line into words, views into `line`; a double-quoted text is one
 // word (kept with its quotes) and `#` outside quotes starts a comment. False
 // on an open quote.
@@ -49,11 +62,8 @@ bool split(std::string_view line, std::vector<std::string_view>* words) {
       i = end + 1;
     } else {
       std::size_t end = i;
-      while (end < line.size() && line[end] != ' ' && line[end] != '\t' && line[end] != '\r' &&
-             line[end] != '#') {
-        ++end;
-      }
-      words->push_back(line.substr(i, end - i));
+      while (end < line.size() && !ends_word(line[end])) ++end;
+      words->emplace_back(line.data() + i, end - i);
       i = end;
     }
   }

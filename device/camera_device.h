@@ -180,7 +180,7 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
 
   SCRSDK::CrDeviceHandle device_handle = 0;
   std::unordered_map<CrInt32u, SCRSDK::CrDeviceProperty> properties;  // GUARDED_BY(cache_mutex)
-  std::map<CrInt32u, SCRSDK::CrLiveViewProperty> lv_properties;  // GUARDED_BY(cache_mutex)
+  std::map<CrInt32u, SCRSDK::CrLiveViewProperty> lv_properties;       // GUARDED_BY(cache_mutex)
   uint32_t reserved_word = 0;
   uint32_t model = 0;
   std::atomic<bool> ready_armed{false};

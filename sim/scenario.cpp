@@ -1,6 +1,5 @@
 // Parsing of scenario files and control lines.
-#include <algorithm>
-#include <charconv>
+#include <array>
 #include <cstdio>
 #include <cstring>
 #include <string_view>
@@ -29,61 +28,89 @@ constexpr TypeName kTypeNames[] = {
     {"Button", 0x12002},
 };
 
-// Whether `c` ends a word that is not a quoted text.
-bool ends_word(char c) {
-  switch (c) {
-    case ' ':
-    case '\t':
-    case '\r':
-    case '#':
-      return true;
-    default:
-      return false;
+// Whether `c` separates words.
+bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
+
+// The words of a line one at a time, views into the line; a double-quoted
+// text is one word (kept with its quotes) and `#` outside quotes starts a
+// comment.
+class Words {
+ public:
+  explicit Words(std::string_view line) : next_(line.data()), end_(line.data() + line.size()) {}
+
+  // The next word; false at the end of the line, or on an open quote (then
+  // open_quote() says so).
+  bool next(std::string_view* word) {
+    while (next_ != end_ && is_blank(*next_)) ++next_;
+    if (next_ == end_ || *next_ == '#') return false;
+    const char* const start = next_;
+    if (*start == '"') {
+      const void* close = std::memchr(start + 1, '"', static_cast<std::size_t>(end_ - start - 1));
+      if (close == nullptr) {
+        open_quote_ = true;
+        return false;
+      }
+      next_ = static_cast<const char*>(close) + 1;
+    } else {
+      while (next_ != end_ && !is_blank(*next_) && *next_ != '#') ++next_;
+    }
+    *word = std::string_view(start, static_cast<std::size_t>(next_ - start));
+    return true;
   }
+  // Whether the line is spent: no more words, no open quote.
+  bool at_end() {
+    std::string_view word;
+    return !next(&word) && !open_quote_;
+  }
+  bool open_quote() const { return open_quote_; }
+
+ private:
+  const char* next_;  // the rest of the line
+  const char* end_;
+  bool open_quote_ = false;
+};
+
+// Splits a line into words (see Words). False on an open quote.
+bool split(std::string_view line, std::vector<std::string_view>* words) {
+  Words reader(line);
+  std::string_view word;
+  while (reader.next(&word)) words->push_back(word);
+  return !reader.open_quote();
 }
 
-// Splits a line into words, views into `line`; a double-quoted text is one
-// word (kept with its quotes) and `#` outside quotes starts a comment. False
-// on an open quote.
-bool split(std::string_view line, std::vector<std::string_view>* words) {
-  // At most one word per space and one more: a long line grows the list once.
-  words->reserve(words->size() + static_cast<std::size_t>(std::count(line.begin(), line.end(), ' ')) + 1);
-  std::size_t i = 0;
-  while (i < line.size()) {
-    const char c = line[i];
-    if (c == ' ' || c == '\t' || c == '\r') {
-      ++i;
-    } else if (c == '#') {
-      break;
-    } else if (c == '"') {
-      const std::size_t end = line.find('"', i + 1);
-      if (end == std::string_view::npos) return false;
-      words->push_back(line.substr(i, end - i + 1));
-      i = end + 1;
-    } else {
-      std::size_t end = i;
-      while (end < line.size() && !ends_word(line[end])) ++end;
-      words->emplace_back(line.data() + i, end - i);
-      i = end;
-    }
+// The value of a character as a hexadecimal digit; 16 for one that is not.
+constexpr std::array<uint8_t, 256> kHexDigits = [] {
+  std::array<uint8_t, 256> digits{};
+  for (uint8_t& digit : digits) digit = 16;
+  for (int i = 0; i < 10; ++i) digits['0' + i] = static_cast<uint8_t>(i);
+  for (int i = 0; i < 6; ++i) {
+    digits['a' + i] = static_cast<uint8_t>(10 + i);
+    digits['A' + i] = static_cast<uint8_t>(10 + i);
   }
-  return true;
-}
+  return digits;
+}();
 
 // A decimal or 0x-hexadecimal number, optionally negative (two's complement).
 bool parse_number(std::string_view word, uint64_t* value) {
   const bool negative = !word.empty() && word[0] == '-';
   std::string_view digits = negative ? word.substr(1) : word;
   if (digits.empty() || !(digits[0] >= '0' && digits[0] <= '9')) return false;
-  int base = 10;
-  if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
-    digits.remove_prefix(2);
-    base = 16;
-  }
   uint64_t parsed = 0;
-  const char* end = digits.data() + digits.size();
-  const std::from_chars_result result = std::from_chars(digits.data(), end, parsed, base);
-  if (result.ec != std::errc() || result.ptr != end) return false;
+  if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
+    for (const char c : digits.substr(2)) {
+      const uint8_t digit = kHexDigits[static_cast<unsigned char>(c)];
+      if (digit == 16 || parsed >> 60 != 0) return false;
+      parsed = parsed << 4 | digit;
+    }
+  } else {
+    for (const char c : digits) {
+      if (!(c >= '0' && c <= '9')) return false;
+      if (__builtin_mul_overflow(parsed, 10u, &parsed) ||
+          __builtin_add_overflow(parsed, static_cast<unsigned>(c - '0'), &parsed)) {
+        return false;
+      }
+    }
+  }
   *value = negative ? static_cast<uint64_t>(0) - parsed : parsed;
   return true;
 }
@@ -369,54 +396,54 @@ bool parse_scenario(const std::string& text, Scenario* scenario, std::string* er
 }
 
 bool parse_control_line(std::string_view line, ControlEvent* event) {
-  // Words are views into `line`: a "notify" of every property is one line
-  // of hundreds of codes.
-  std::vector<std::string_view> w;
-  if (!split(line, &w) || w.empty()) return false;
-  const std::size_t n = w.size();
+  // One pass over the line, words taken as views: a "notify" of every
+  // property is one line of hundreds of codes.
+  Words words(line);
+  std::string_view d;
+  if (!words.next(&d)) return false;
   ControlEvent e;
-  const std::string_view d = w[0];
-  auto one_code = [&](ControlKind kind) {
-    e.kind = kind;
-    return n == 2 && parse_u32(w[1], &e.code);
-  };
+  std::string_view w;
+  auto u32_word = [&](uint32_t* value) { return words.next(&w) && parse_u32(w, value); };
+  auto number_word = [&](uint64_t* value) { return words.next(&w) && parse_number(w, value); };
   bool ok = false;
-  if (d == "disconnect") {
-    ok = one_code(ControlKind::kDisconnect);
-  } else if (d == "error") {
-    ok = one_code(ControlKind::kError);
-  } else if (d == "warning") {
-    ok = one_code(ControlKind::kWarning);
+  if (d == "disconnect" || d == "error" || d == "warning") {
+    e.kind = d == "disconnect" ? ControlKind::kDisconnect
+             : d == "error"    ? ControlKind::kError
+                               : ControlKind::kWarning;
+    ok = u32_word(&e.code);
   } else if (d == "warning-ext") {
     e.kind = ControlKind::kWarningExt;
-    ok = n == 5 && parse_u32(w[1], &e.code);
+    ok = u32_word(&e.code);
     for (int i = 0; ok && i < 3; ++i) {
       uint64_t v = 0;
-      ok = parse_number(w[2 + i], &v);
+      ok = number_word(&v);
       e.params[i] = static_cast<int32_t>(static_cast<uint32_t>(v));
     }
   } else if (d == "change") {
     e.kind = ControlKind::kChange;
-    ok = n == 3 && parse_u32(w[1], &e.code) && parse_number(w[2], &e.value);
+    ok = u32_word(&e.code) && number_word(&e.value);
   } else if (d == "notify" || d == "lv-notify") {
     e.kind = d == "notify" ? ControlKind::kNotify : ControlKind::kLvNotify;
-    ok = n >= 2;
-    e.codes.reserve(n - 1);
-    for (std::size_t i = 1; ok && i < n; ++i) {
+    // A code and its blank take two characters at least: the list grows once.
+    e.codes.reserve(line.size() / 2);
+    ok = true;
+    while (ok && words.next(&w)) {
       uint32_t code = 0;
-      ok = parse_u32(w[i], &code);
+      ok = parse_u32(w, &code);
       e.codes.push_back(code);
     }
+    ok = ok && !e.codes.empty();
   } else if (d == "download") {
     e.kind = ControlKind::kDownload;
-    ok = n == 2;
-    if (ok) e.name = std::string(w[1]);
+    ok = words.next(&w);
+    if (ok) e.name = std::string(w);
   } else if (d == "contents-transfer") {
     e.kind = ControlKind::kContentsTransfer;
-    ok = n == 1;
+    ok = true;
   }
-  if (ok) *event = std::move(e);
-  return ok;
+  if (!ok || !words.at_end()) return false;
+  *event = std::move(e);
+  return true;
 }
 
 }  // namespace sim

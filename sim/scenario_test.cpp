@@ -117,6 +117,18 @@ TEST(SimScenario, ControlLines) {
   EXPECT_EQ(e.params[1], -1);
   ASSERT_TRUE(sim::parse_control_line("download DSC0001.JPG", &e));
   EXPECT_EQ(e.name, "DSC0001.JPG");
+  // Words are split at blanks, tabs and carriage returns; "#" starts a
+  // comment; a quoted text is one word, quotes kept.
+  ASSERT_TRUE(sim::parse_control_line("\tnotify  0x100\t0xA1b2 # 0x102", &e));
+  EXPECT_EQ(e.kind, sim::ControlKind::kNotify);
+  EXPECT_EQ(e.codes, (std::vector<uint32_t>{0x100, 0xA1B2}));
+  ASSERT_TRUE(sim::parse_control_line("lv-notify 4294967295 0xFFFFFFFF 0x00000000000001\r", &e));
+  EXPECT_EQ(e.kind, sim::ControlKind::kLvNotify);
+  EXPECT_EQ(e.codes, (std::vector<uint32_t>{0xFFFFFFFF, 0xFFFFFFFF, 1}));
+  ASSERT_TRUE(sim::parse_control_line("download \"a b#c\"", &e));
+  EXPECT_EQ(e.name, "\"a b#c\"");
+  ASSERT_TRUE(sim::parse_control_line("disconnect 0x8207#x", &e));
+  EXPECT_EQ(e.code, 0x8207u);
   // Numbers: decimal or 0x-hexadecimal, a leading minus as two's complement,
   // 64 bits at most, nothing after the digits.
   const struct {
@@ -154,7 +166,16 @@ TEST(SimScenario, ControlLines) {
                           "change 0x104 -",
                           "disconnect -1",
                           "disconnect 0x100000000",
-                          "notify 0x100 0x"}) {
+                          "change 0x104 0x-1",
+                          "change 0x104 0x+1",
+                          "change 0x104 0x 1",
+                          "change 0x104 1 2",
+                          "change 0x104 \"1\"",
+                          "download \"a b",
+                          "# notify 0x100",
+                          "notify 0x100 0x",
+                          "notify 0x100 0x100000000",
+                          "notify 0x100 -1"}) {
     SCOPED_TRACE(bad);
     EXPECT_FALSE(sim::parse_control_line(bad, &e));
   }

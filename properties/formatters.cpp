@@ -83,6 +83,24 @@ void append_one_decimal(double value, TextWriter* out) {
   }
 }
 
+// Appends value / 1000 as append_double would. Below a million the quotient
+// has six significant digits at most, which %g shows exactly: the whole
+// part, then the thousandths without trailing zeros ("172.8", "0.005").
+void append_thousandths(uint64_t value, TextWriter* out) {
+  if (value >= 1000000) {
+    append_double(static_cast<double>(value) / 1000.0, out);
+    return;
+  }
+  append_unsigned(value / 1000, out);
+  const auto fraction = static_cast<unsigned>(value % 1000);
+  if (fraction == 0) return;
+  const char digits[] = {'.', static_cast<char>('0' + fraction / 100),
+                         static_cast<char>('0' + fraction / 10 % 10), static_cast<char>('0' + fraction % 10)};
+  size_t length = sizeof digits;
+  while (digits[length - 1] == '0') --length;
+  out->append(std::string_view(digits, length));
+}
+
 }  // namespace
 
 void formatUnsigned(uint64_t value, TextWriter* out) { append_unsigned(value, out); }
@@ -197,9 +215,7 @@ void ndFilterValueToText(uint64_t value, TextWriter* out) {
   append_unsigned(value & 0xFFFFFFFF, out);
 }
 
-void shutterAngleToText(uint64_t value, TextWriter* out) {
-  append_double(static_cast<double>(value) / 1000.0, out);
-}
+void shutterAngleToText(uint64_t value, TextWriter* out) { append_thousandths(value, out); }
 
 uint64_t shutterAngleFromText(const std::string& text) {
   const float scaled = stof32(text) * 1000.0f;

@@ -7,8 +7,10 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "properties/property_table.h"
 
@@ -123,6 +125,24 @@ TEST(Formatters, OneDecimalRenderingsMatchPrintf) {
   for (uint64_t code : kLarge) {
     SCOPED_TRACE(code);
     EXPECT_EQ(value_text(fstop.toText, code), printed(static_cast<double>(code) / 100.0));
+  }
+}
+
+// SHUTTER_ANGLE shows thousandths of a degree as printf's %g shows the
+// quotient: checked for every code below 2^17, around a million (where the
+// exact rendering stops) and for large codes.
+TEST(Formatters, ThousandthsRenderingsMatchPrintf) {
+  const PropertyInfo& angle = row("SHUTTER_ANGLE");
+  std::vector<uint64_t> codes;
+  for (uint64_t code = 0; code < 0x20000; ++code) codes.push_back(code);
+  for (uint64_t code = 999000; code <= 1001000; ++code) codes.push_back(code);
+  const uint64_t kLarge[] = {123456789, 999999999999, UINT64_MAX};
+  codes.insert(codes.end(), std::begin(kLarge), std::end(kLarge));
+  for (uint64_t code : codes) {
+    SCOPED_TRACE(code);
+    char text[32];
+    std::snprintf(text, sizeof text, "%g", static_cast<double>(code) / 1000.0);
+    ASSERT_EQ(value_text(angle.toText, code), text);
   }
 }
 

@@ -2,6 +2,8 @@
 // and flags per SDK device-property code.
 #include "properties/property_table.h"
 
+#include <vector>
+
 #include "properties/formatters.h"
 #include "properties/value_maps.h"
 
@@ -192,32 +194,65 @@ constexpr Row kRows[] = {
 };
 // clang-format on
 
-PropertyTable::Map* build_table() {
-  auto* table = new PropertyTable::Map;
-  for (const Row& row : kRows) {
-    const auto& i = row.info;
-    // The first row for a code wins.
-    table->emplace(row.code,
-                   PropertyInfo{i.name, i.toText, i.fromText, i.skipValue, i.listValues, i.alwaysSend});
+// The rows by code, and a hash index of them for find_property(): open
+// addressing in a power-of-two array of at least four slots per row, probed
+// linearly from a multiplicative hash of the code. One probe or two per
+// lookup, where the map walks eight nodes.
+class Table {
+ public:
+  Table() {
+    for (const Row& row : kRows) {
+      const auto& i = row.info;
+      // The first row for a code wins.
+      rows_.emplace(row.code,
+                    PropertyInfo{i.name, i.toText, i.fromText, i.skipValue, i.listValues, i.alwaysSend});
+    }
+    while ((size_t{1} << bits_) < 4 * rows_.size()) ++bits_;
+    slots_.resize(size_t{1} << bits_);
+    for (const auto& [code, info] : rows_) {
+      size_t i = slot_of(code);
+      while (slots_[i].info != nullptr) i = (i + 1) & (slots_.size() - 1);
+      slots_[i] = {code, &info};
+    }
   }
-  return table;
+
+  const PropertyTable::Map& rows() const { return rows_; }
+
+  const PropertyInfo* find(PropertyCode code) const {
+    // Ends at an empty slot at the latest: most slots are empty.
+    for (size_t i = slot_of(code);; i = (i + 1) & (slots_.size() - 1)) {
+      if (slots_[i].info == nullptr || slots_[i].code == code) return slots_[i].info;
+    }
+  }
+
+ private:
+  struct Slot {
+    PropertyCode code = 0;
+    const PropertyInfo* info = nullptr;  // null: an empty slot
+  };
+
+  size_t slot_of(PropertyCode code) const {
+    return static_cast<size_t>((code * 0x9E3779B97F4A7C15ull) >> (64 - bits_));
+  }
+
+  PropertyTable::Map rows_;
+  unsigned bits_ = 1;  // log2 of the slot count
+  std::vector<Slot> slots_;
+};
+
+const Table& the_table() {
+  // Never destroyed: SDK threads may still look rows up during exit.
+  static const Table* const table = new Table;
+  return *table;
 }
 
 }  // namespace
 
 const PropertyTable propertyTable;
 
-const PropertyTable::Map& PropertyTable::rows() const {
-  // Never destroyed: SDK threads may still look rows up during exit.
-  static const Map* const table = build_table();
-  return *table;
-}
+const PropertyTable::Map& PropertyTable::rows() const { return the_table().rows(); }
 
-const PropertyInfo* find_property(PropertyCode code) {
-  const PropertyTable::Map& rows = propertyTable.rows();
-  const auto it = rows.find(code);
-  return it == rows.end() ? nullptr : &it->second;
-}
+const PropertyInfo* find_property(PropertyCode code) { return the_table().find(code); }
 
 std::string value_text(ToTextFn to_text, uint64_t value) {
   TextWriter text;

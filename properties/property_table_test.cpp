@@ -41,6 +41,14 @@ TEST(PropertyTable, LookupAndFlags) {
   EXPECT_EQ(find_property(0x1AB)->name, "PP_BLACK_LEVEL");
   ASSERT_NE(find_property(0x2AC), nullptr);
   EXPECT_EQ(find_property(0x2AC)->name, "PAINTLOOK_MASTER_BLACK");
+
+  // Every row is found by its code, and no other 16-bit code finds one.
+  for (const auto& [code, info] : propertyTable) EXPECT_EQ(find_property(code), &info) << code;
+  for (PropertyCode code = 0; code <= 0xFFFF; ++code) {
+    if (propertyTable.rows().count(code) == 0) {
+      ASSERT_EQ(find_property(code), nullptr) << code;
+    }
+  }
 }
 
 }  // namespace

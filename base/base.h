@@ -68,6 +68,8 @@ class OutputBatch {
 
   // Adds `line` and a newline; an empty line adds nothing.
   void add(std::string_view line);
+  // Adds `lines`, whole lines each ended by its newline.
+  void add_lines(std::string_view lines);
   // Writes what was added so far, if anything.
   void flush();
 
@@ -79,6 +81,8 @@ class OutputBatch {
 // A line of a property report: added to this thread's open batch, or written
 // at once as a status line when none is open.
 void write_report_line(std::string_view text);
+// The same for several lines at once, each ended by its newline.
+void write_report_lines(std::string_view lines);
 
 // Element width in bytes of one candidate value of SDK data type `type`.
 // Types without a rule write the raw line "unhandled unit" and give 4.

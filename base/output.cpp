@@ -108,11 +108,15 @@ OutputBatch::~OutputBatch() {
 
 void OutputBatch::add(std::string_view line) {
   if (line.empty()) return;
+  add_lines(line);
+  text_.push_back('\n');
+}
+
+void OutputBatch::add_lines(std::string_view lines) {
   // Room for a report of every property at once, so that it is not copied
   // again and again as it grows.
   if (text_.empty()) text_.reserve(kBatchReserve);
-  text_.append(line.data(), line.size());
-  text_.push_back('\n');
+  text_.append(lines.data(), lines.size());
 }
 
 void OutputBatch::flush() {
@@ -126,6 +130,15 @@ void write_report_line(std::string_view text) {
     open_batch->add(text);
   } else {
     write_status_line(text);
+  }
+}
+
+void write_report_lines(std::string_view lines) {
+  if (lines.empty()) return;
+  if (open_batch != nullptr) {
+    open_batch->add_lines(lines);
+  } else {
+    write_with_queued(lines);
   }
 }
 

@@ -229,9 +229,9 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   // The same for each of `codes`, into the OutputBatch the caller has open.
   // Caller holds answer_mutex_.
   void report_cached(const std::vector<uint32_t>& codes);
-  // Composes the status line of the cached record of `code` into `*line`;
-  // false (and logged) for a code the bridge does not support. Caller holds
-  // cache_mutex.
+  // Appends the status line of the cached record of `code` to `*line` (no
+  // newline); false (and logged) for a code the bridge does not support.
+  // Caller holds cache_mutex.
   bool compose_cached_line(uint32_t code, TextWriter* line);
   // Opens the gate and ends wait_for_first_batch, once, after OnConnected.
   void open_after_first_batch();

@@ -168,6 +168,7 @@ void CameraDevice::report_cached(uint32_t code) {
   // Composed from the cached record under the lock (no copy of the record
   // and its buffers); written without it.
   bool composed = false;
+  line_buffer_.clear();
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
     composed = compose_cached_line(code, &line_buffer_);
@@ -178,13 +179,18 @@ void CameraDevice::report_cached(uint32_t code) {
 }
 
 void CameraDevice::report_cached(const std::vector<uint32_t>& codes) {
-  // One lock for the whole batch: the lines only join the open batch here.
+  // One lock for the whole batch: the lines are composed one after another
+  // into one buffer, which joins the open batch at the end.
   std::lock_guard<std::mutex> lock(cache_mutex);
+  const bool logging = log_enabled();
+  line_buffer_.clear();
   for (uint32_t code : codes) {
+    const size_t start = line_buffer_.size();
     if (!compose_cached_line(code, &line_buffer_)) continue;
-    write_report_line(line_buffer_.view());
-    log_message(line_buffer_.view());
+    if (logging) log_message(line_buffer_.view().substr(start));
+    line_buffer_.push_back('\n');
   }
+  write_report_lines(line_buffer_.view());
 }
 
 bool CameraDevice::compose_cached_line(uint32_t code, TextWriter* line) {
@@ -195,7 +201,6 @@ bool CameraDevice::compose_cached_line(uint32_t code, TextWriter* line) {
                 ")");
     return false;
   }
-  line->clear();
   static const SCRSDK::CrDeviceProperty kNoRecord;
   const auto found = properties.find(code);
   const SCRSDK::CrDeviceProperty& property = found != properties.end() ? found->second : kNoRecord;

@@ -5,44 +5,54 @@
 
 #include <cstddef>
 #include <cstring>
+#include <memory>
 #include <string_view>
-#include <vector>
 
 // Text appended piece by piece, a few characters at a time: each piece costs
-// a size check and a copy, and the buffer keeps its capacity when cleared,
-// so a writer reused from line to line stops allocating. Not thread-safe.
+// a comparison of two pointers and a copy, and the buffer keeps its capacity
+// when cleared, so a writer reused from line to line stops allocating. Not
+// thread-safe; neither copied nor moved (it points into its own buffer).
 class TextWriter {
  public:
+  TextWriter() = default;
+  TextWriter(const TextWriter&) = delete;
+  TextWriter& operator=(const TextWriter&) = delete;
+
   // Room for `n` more characters: write them there, then commit() the end.
   char* room(size_t n) {
-    if (buffer_.size() - size_ < n)
-      buffer_.resize(size_ + n > 2 * buffer_.size() ? size_ + n : 2 * buffer_.size());
-    return buffer_.data() + size_;
+    if (static_cast<size_t>(capacity_end_ - end_) < n) grow(n);
+    return end_;
   }
   // Ends the text at `end`: a pointer into the last room() past what was
   // written there.
-  void commit(const char* end) { size_ = static_cast<size_t>(end - buffer_.data()); }
+  void commit(char* end) { end_ = end; }
 
   void append(std::string_view text) {
     char* out = room(text.size());
     if (!text.empty()) std::memcpy(out, text.data(), text.size());
-    size_ += text.size();
+    end_ = out + text.size();
   }
   void push_back(char c) {
-    *room(1) = c;
-    ++size_;
+    char* out = room(1);
+    *out = c;
+    end_ = out + 1;
   }
   // Drops the last character; the text must not be empty.
-  void pop_back() { --size_; }
-  void clear() { size_ = 0; }
+  void pop_back() { --end_; }
+  void clear() { end_ = buffer_.get(); }
 
-  size_t size() const { return size_; }
+  size_t size() const { return static_cast<size_t>(end_ - buffer_.get()); }
   // The text; valid until the next change.
-  std::string_view view() const { return {buffer_.data(), size_}; }
+  std::string_view view() const { return {buffer_.get(), size()}; }
 
  private:
-  std::vector<char> buffer_;  // its size is the capacity in use
-  size_t size_ = 0;           // characters of text at the front of buffer_
+  // Makes room for `n` more characters: a new buffer of at least twice the
+  // capacity, the text copied over.
+  void grow(size_t n);
+
+  std::unique_ptr<char[]> buffer_;
+  char* end_ = nullptr;           // of the text
+  char* capacity_end_ = nullptr;  // of buffer_
 };
 
 #endif  // VK_SONY_PROPERTIES_TEXT_WRITER_H

@@ -24,8 +24,13 @@ constexpr char kDigitPairs[] =
     "90919293949596979899";
 
 void append_unsigned(uint64_t value, TextWriter* out) {
-  size_t digits = 1;
-  for (uint64_t bound = 10; digits < 20 && value >= bound; bound *= 10) ++digits;
+  if (value < 10) {
+    // Most values of the camera's settings are small.
+    out->push_back(static_cast<char>('0' + value));
+    return;
+  }
+  size_t digits = 2;
+  for (uint64_t bound = 100; digits < 20 && value >= bound; bound *= 10) ++digits;
   char* const first = out->room(digits);
   char* next = first + digits;
   while (value >= 100) {

@@ -36,6 +36,13 @@ TEST(Formatters, ValuesRenderAsTheParentExpects) {
       // shared converters
       {"EXPOSURE_INDEX", UINT64_MAX, "18446744073709551615"},
       {"EXPOSURE_INDEX", 1005, "1005"},
+      {"EXPOSURE_INDEX", 0, "0"},
+      {"EXPOSURE_INDEX", 9, "9"},
+      {"EXPOSURE_INDEX", 10, "10"},
+      {"EXPOSURE_INDEX", 99, "99"},
+      {"EXPOSURE_INDEX", 100, "100"},
+      {"EXPOSURE_INDEX", 9999999999999999999ull, "9999999999999999999"},
+      {"EXPOSURE_INDEX", 10000000000000000000ull, "10000000000000000000"},
       {"WB_R_GAIN", 0xFFFF, "-1"},
       {"WB_R_GAIN", 0x8000, "-32768"},
       {"WB_R_GAIN", 0x17FFF, "32767"},

@@ -37,19 +37,29 @@ bool same_current_str(const uint16_t* a, const uint16_t* b) {
 }  // namespace
 
 // Most records of a batch report no change; the copy of such a record (and
-// of its buffers) is skipped.
+// of its buffers) is skipped. The getters are calls into the SDK: each is
+// made once per record.
 bool same_property_record(const SCRSDK::CrDeviceProperty& cached, const SCRSDK::CrDeviceProperty& fresh) {
-  return cached.GetCode() == fresh.GetCode() && cached.GetValueType() == fresh.GetValueType() &&
-         cached.GetPropertyEnableFlag() == fresh.GetPropertyEnableFlag() &&
-         cached.GetPropertyVariableFlag() == fresh.GetPropertyVariableFlag() &&
-         cached.GetCurrentValue() == fresh.GetCurrentValue() &&
-         same_current_str(cached.GetCurrentStr(), fresh.GetCurrentStr()) &&
-         cached.GetValueSize() == fresh.GetValueSize() &&
-         same_bytes(cached.GetValues(), fresh.GetValues(), fresh.GetValueSize()) &&
-         cached.GetSetValueSize() == fresh.GetSetValueSize() &&
-         same_bytes(cached.GetSetValues(), fresh.GetSetValues(), fresh.GetSetValueSize()) &&
-         cached.GetDisplayValueSize() == fresh.GetDisplayValueSize() &&
-         same_bytes(cached.GetDisplayValues(), fresh.GetDisplayValues(), fresh.GetDisplayValueSize());
+  if (cached.GetCode() != fresh.GetCode() || cached.GetValueType() != fresh.GetValueType() ||
+      cached.GetPropertyEnableFlag() != fresh.GetPropertyEnableFlag() ||
+      cached.GetPropertyVariableFlag() != fresh.GetPropertyVariableFlag() ||
+      cached.GetCurrentValue() != fresh.GetCurrentValue() ||
+      !same_current_str(cached.GetCurrentStr(), fresh.GetCurrentStr())) {
+    return false;
+  }
+  const CrInt32u values_size = fresh.GetValueSize();
+  if (cached.GetValueSize() != values_size ||
+      !same_bytes(cached.GetValues(), fresh.GetValues(), values_size)) {
+    return false;
+  }
+  const CrInt32u set_values_size = fresh.GetSetValueSize();
+  if (cached.GetSetValueSize() != set_values_size ||
+      !same_bytes(cached.GetSetValues(), fresh.GetSetValues(), set_values_size)) {
+    return false;
+  }
+  const CrInt32u display_values_size = fresh.GetDisplayValueSize();
+  return cached.GetDisplayValueSize() == display_values_size &&
+         same_bytes(cached.GetDisplayValues(), fresh.GetDisplayValues(), display_values_size);
 }
 
 void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {

@@ -31,6 +31,15 @@ constexpr TypeName kTypeNames[] = {
 // Whether `c` separates words.
 bool is_blank(char c) { return c == ' ' || c == '\t' || c == '\r'; }
 
+// Whether a character ends a word that is not a quoted text: a blank or the
+// start of a comment. A table, as the words of a line are read character by
+// character.
+constexpr std::array<bool, 256> kEndsWord = [] {
+  std::array<bool, 256> ends{};
+  for (const char c : {' ', '\t', '\r', '#'}) ends[static_cast<unsigned char>(c)] = true;
+  return ends;
+}();
+
 // The words of a line one at a time, views into the line; a double-quoted
 // text is one word (kept with its quotes) and `#` outside quotes starts a
 // comment.
@@ -52,7 +61,7 @@ class Words {
       }
       next_ = static_cast<const char*>(close) + 1;
     } else {
-      while (next_ != end_ && !is_blank(*next_) && *next_ != '#') ++next_;
+      while (next_ != end_ && !kEndsWord[static_cast<unsigned char>(*next_)]) ++next_;
     }
     *word = std::string_view(start, static_cast<std::size_t>(next_ - start));
     return true;
@@ -97,9 +106,13 @@ bool parse_number(std::string_view word, uint64_t* value) {
   if (digits.empty() || !(digits[0] >= '0' && digits[0] <= '9')) return false;
   uint64_t parsed = 0;
   if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
-    for (const char c : digits.substr(2)) {
+    digits.remove_prefix(2);
+    // Sixteen digits at most past leading zeros.
+    while (digits.size() > 16 && digits[0] == '0') digits.remove_prefix(1);
+    if (digits.size() > 16) return false;
+    for (const char c : digits) {
       const uint8_t digit = kHexDigits[static_cast<unsigned char>(c)];
-      if (digit == 16 || parsed >> 60 != 0) return false;
+      if (digit == 16) return false;
       parsed = parsed << 4 | digit;
     }
   } else {

@@ -141,7 +141,9 @@ TEST(SimScenario, ControlLines) {
                  {"-1", UINT64_MAX},
                  {"-0x10", 0 - 16ull},
                  {"18446744073709551615", UINT64_MAX},
-                 {"0xFFFFFFFFFFFFFFFF", UINT64_MAX}};
+                 {"0xFFFFFFFFFFFFFFFF", UINT64_MAX},
+                 {"0x000000000000000000000A", 10},
+                 {"0x0FFFFFFFFFFFFFFFF", UINT64_MAX}};
   for (const auto& c : numbers) {
     SCOPED_TRACE(c.number);
     ASSERT_TRUE(sim::parse_control_line(std::string("change 0x104 ") + c.number, &e));
@@ -158,6 +160,7 @@ TEST(SimScenario, ControlLines) {
                           "error zz",
                           "change 0x104 18446744073709551616",
                           "change 0x104 0x10000000000000000",
+                          "change 0x104 0x00010000000000000000",
                           "change 0x104 0x",
                           "change 0x104 0x1g",
                           "change 0x104 +5",

@@ -40,6 +40,65 @@ constexpr std::array<bool, 256> kEndsWord = [] {
   return ends;
 }();
 
+// The value of a character as a hexadecimal digit; 16 for one that is not.
+constexpr std::array<uint8_t, 256> kHexDigits = [] {
+  std::array<uint8_t, 256> digits{};
+  for (uint8_t& digit : digits) digit = 16;
+  for (int i = 0; i < 10; ++i) digits['0' + i] = static_cast<uint8_t>(i);
+  for (int i = 0; i < 6; ++i) {
+    digits['a' + i] = static_cast<uint8_t>(10 + i);
+    digits['A' + i] = static_cast<uint8_t>(10 + i);
+  }
+  return digits;
+}();
+
+bool is_digit(char c) { return c >= '0' && c <= '9'; }
+
+// Reads a decimal or 0x-hexadecimal number, optionally negative (two's
+// complement), from `p` up to the first character that cannot continue it.
+// The end of the number; null when there is none or it needs more than 64
+// bits.
+const char* read_number(const char* p, const char* end, uint64_t* value) {
+  const bool negative = p != end && *p == '-';
+  if (negative) ++p;
+  if (p == end || !is_digit(*p)) return nullptr;
+  uint64_t parsed = 0;
+  if (end - p > 1 && p[0] == '0' && (p[1] == 'x' || p[1] == 'X')) {
+    p += 2;
+    const char* const first = p;
+    while (p != end && *p == '0') ++p;
+    const char* const significant = p;
+    for (; p != end && kHexDigits[static_cast<unsigned char>(*p)] != 16; ++p) {
+      parsed = parsed << 4 | kHexDigits[static_cast<unsigned char>(*p)];
+    }
+    // Digits after the prefix, sixteen at most past leading zeros.
+    if (p == first || p - significant > 16) return nullptr;
+  } else {
+    for (; p != end && is_digit(*p); ++p) {
+      if (__builtin_mul_overflow(parsed, 10u, &parsed) ||
+          __builtin_add_overflow(parsed, static_cast<unsigned>(*p - '0'), &parsed)) {
+        return nullptr;
+      }
+    }
+  }
+  *value = negative ? static_cast<uint64_t>(0) - parsed : parsed;
+  return p;
+}
+
+// A word that is a number of read_number and nothing else.
+bool parse_number(std::string_view word, uint64_t* value) {
+  const char* const end = word.data() + word.size();
+  return read_number(word.data(), end, value) == end;
+}
+
+// A number of 32 bits, not negative.
+bool parse_u32(std::string_view word, uint32_t* value) {
+  uint64_t wide = 0;
+  if (!parse_number(word, &wide) || word[0] == '-' || wide > 0xFFFFFFFFull) return false;
+  *value = static_cast<uint32_t>(wide);
+  return true;
+}
+
 // The words of a line one at a time, views into the line; a double-quoted
 // text is one word (kept with its quotes) and `#` outside quotes starts a
 // comment.
@@ -66,6 +125,21 @@ class Words {
     *word = std::string_view(start, static_cast<std::size_t>(next_ - start));
     return true;
   }
+  // The next word read as a number in the same pass, a number of
+  // parse_number (with `u32`: of parse_u32): false at the end of the line
+  // and, with *not_number set, on a word that is no such number.
+  bool next_number(uint64_t* value, bool u32, bool* not_number) {
+    while (next_ != end_ && is_blank(*next_)) ++next_;
+    if (next_ == end_ || *next_ == '#') return false;
+    const char* const after = u32 && *next_ == '-' ? nullptr : read_number(next_, end_, value);
+    if (after == nullptr || (after != end_ && !kEndsWord[static_cast<unsigned char>(*after)]) ||
+        (u32 && *value > 0xFFFFFFFFull)) {
+      *not_number = true;
+      return false;
+    }
+    next_ = after;
+    return true;
+  }
   // Whether the line is spent: no more words, no open quote.
   bool at_end() {
     std::string_view word;
@@ -85,54 +159,6 @@ bool split(std::string_view line, std::vector<std::string_view>* words) {
   std::string_view word;
   while (reader.next(&word)) words->push_back(word);
   return !reader.open_quote();
-}
-
-// The value of a character as a hexadecimal digit; 16 for one that is not.
-constexpr std::array<uint8_t, 256> kHexDigits = [] {
-  std::array<uint8_t, 256> digits{};
-  for (uint8_t& digit : digits) digit = 16;
-  for (int i = 0; i < 10; ++i) digits['0' + i] = static_cast<uint8_t>(i);
-  for (int i = 0; i < 6; ++i) {
-    digits['a' + i] = static_cast<uint8_t>(10 + i);
-    digits['A' + i] = static_cast<uint8_t>(10 + i);
-  }
-  return digits;
-}();
-
-// A decimal or 0x-hexadecimal number, optionally negative (two's complement).
-bool parse_number(std::string_view word, uint64_t* value) {
-  const bool negative = !word.empty() && word[0] == '-';
-  std::string_view digits = negative ? word.substr(1) : word;
-  if (digits.empty() || !(digits[0] >= '0' && digits[0] <= '9')) return false;
-  uint64_t parsed = 0;
-  if (digits.size() > 2 && digits[0] == '0' && (digits[1] == 'x' || digits[1] == 'X')) {
-    digits.remove_prefix(2);
-    // Sixteen digits at most past leading zeros.
-    while (digits.size() > 16 && digits[0] == '0') digits.remove_prefix(1);
-    if (digits.size() > 16) return false;
-    for (const char c : digits) {
-      const uint8_t digit = kHexDigits[static_cast<unsigned char>(c)];
-      if (digit == 16) return false;
-      parsed = parsed << 4 | digit;
-    }
-  } else {
-    for (const char c : digits) {
-      if (!(c >= '0' && c <= '9')) return false;
-      if (__builtin_mul_overflow(parsed, 10u, &parsed) ||
-          __builtin_add_overflow(parsed, static_cast<unsigned>(c - '0'), &parsed)) {
-        return false;
-      }
-    }
-  }
-  *value = negative ? static_cast<uint64_t>(0) - parsed : parsed;
-  return true;
-}
-
-bool parse_u32(std::string_view word, uint32_t* value) {
-  uint64_t wide = 0;
-  if (!parse_number(word, &wide) || word[0] == '-' || wide > 0xFFFFFFFFull) return false;
-  *value = static_cast<uint32_t>(wide);
-  return true;
 }
 
 bool parse_type(const std::string& word, uint32_t* type) {
@@ -409,15 +435,23 @@ bool parse_scenario(const std::string& text, Scenario* scenario, std::string* er
 }
 
 bool parse_control_line(std::string_view line, ControlEvent* event) {
-  // One pass over the line, words taken as views: a "notify" of every
-  // property is one line of hundreds of codes.
+  // One pass over the line, words taken as views and numbers read in
+  // place: a "notify" of every property is one line of hundreds of codes.
   Words words(line);
   std::string_view d;
   if (!words.next(&d)) return false;
   ControlEvent e;
+  // Numbers are read as they are found; a word that is not one fails the
+  // line.
+  bool not_number = false;
+  auto u32_word = [&](uint32_t* value) {
+    uint64_t wide = 0;
+    if (!words.next_number(&wide, true, &not_number)) return false;
+    *value = static_cast<uint32_t>(wide);
+    return true;
+  };
+  auto number_word = [&](uint64_t* value) { return words.next_number(value, false, &not_number); };
   std::string_view w;
-  auto u32_word = [&](uint32_t* value) { return words.next(&w) && parse_u32(w, value); };
-  auto number_word = [&](uint64_t* value) { return words.next(&w) && parse_number(w, value); };
   bool ok = false;
   if (d == "disconnect" || d == "error" || d == "warning") {
     e.kind = d == "disconnect" ? ControlKind::kDisconnect
@@ -439,13 +473,9 @@ bool parse_control_line(std::string_view line, ControlEvent* event) {
     e.kind = d == "notify" ? ControlKind::kNotify : ControlKind::kLvNotify;
     // A code and its blank take two characters at least: the list grows once.
     e.codes.reserve(line.size() / 2);
-    ok = true;
-    while (ok && words.next(&w)) {
-      uint32_t code = 0;
-      ok = parse_u32(w, &code);
-      e.codes.push_back(code);
-    }
-    ok = ok && !e.codes.empty();
+    uint32_t code = 0;
+    while (u32_word(&code)) e.codes.push_back(code);
+    ok = !not_number && !e.codes.empty();
   } else if (d == "download") {
     e.kind = ControlKind::kDownload;
     ok = words.next(&w);

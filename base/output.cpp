@@ -204,6 +204,31 @@ std::string hex_type(uint32_t type) {
   return buffer;
 }
 
+// The log lines of append_status_line, each a function of its own: a usual
+// line logs nothing, and the composition stays small without their texts.
+[[gnu::cold]] void log_type_mismatch(std::string_view key, uint32_t type, bool text_row) {
+  if (text_row) {
+    log_message(about(key) + ": text expected, data type " + hex_type(type) + " reported; shown as a number");
+  } else {
+    log_message(about(key) + ": data type " + hex_type(type) + " (text) reported; shown as text");
+  }
+}
+
+[[gnu::cold]] void log_text_candidates(std::string_view key, size_t size) {
+  log_message(about(key) + ": " + std::to_string(size) + " candidate bytes of a text property ignored");
+}
+
+[[gnu::cold]] void log_trailing_bytes(std::string_view key, size_t trailing, uint32_t type) {
+  log_message(about(key) + ": " + std::to_string(trailing) +
+              " trailing candidate bytes that make no whole element of data type " + hex_type(type) +
+              " ignored");
+}
+
+[[gnu::cold]] void log_candidates_cut(std::string_view key, size_t count, size_t listed) {
+  log_message(about(key) + ": " + std::to_string(count) + " candidates, the first " + std::to_string(listed) +
+              " shown");
+}
+
 }  // namespace
 
 void append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
@@ -212,16 +237,16 @@ void append_status_line(std::string_view key, const PropertyFields& fields, ToTe
   const bool text_row = is_text_converter(to_text);
   // The record's data type decides what its value is; a mismatch with the
   // row is shown as well as it can be and logged.
-  if (text_row && !string_record) {
-    log_message(about(key) + ": text expected, data type " + hex_type(fields.type) +
-                " reported; shown as a number");
-  } else if (!text_row && string_record) {
-    log_message(about(key) + ": data type " + hex_type(fields.type) + " (text) reported; shown as text");
-  }
+  if (text_row != string_record) log_type_mismatch(key, fields.type, text_row);
 
-  line->append("status ");
-  line->append(key);
-  line->push_back(' ');
+  constexpr std::string_view kStatus = "status ";
+  char* out = line->room(kStatus.size() + key.size() + 1);
+  std::memcpy(out, kStatus.data(), kStatus.size());
+  out += kStatus.size();
+  std::memcpy(out, key.data(), key.size());
+  out += key.size();
+  *out++ = ' ';
+  line->commit(out);
   if (string_record) {
     append_current_string(fields.current_str, line);
   } else {
@@ -232,22 +257,14 @@ void append_status_line(std::string_view key, const PropertyFields& fields, ToTe
   size_t appended = 0;
   if (string_record && fields.size > 0) {
     // A text has no candidate values; the bytes are not shown.
-    log_message(about(key) + ": " + std::to_string(fields.size) +
-                " candidate bytes of a text property ignored");
+    log_text_candidates(key, fields.size);
   } else if (fields.values != nullptr && fields.size > 0) {
     const size_t unit = element_width(fields.type);
     // A zero width would never advance; such a type has no candidates to show.
     const size_t count = unit == 0 ? 0 : fields.size / unit;
-    if (unit != 0 && fields.size % unit != 0) {
-      log_message(about(key) + ": " + std::to_string(fields.size % unit) +
-                  " trailing candidate bytes that make no whole element of data type " +
-                  hex_type(fields.type) + " ignored");
-    }
+    if (unit != 0 && fields.size % unit != 0) log_trailing_bytes(key, fields.size % unit, fields.type);
     const size_t listed = count < kMaxListedCandidates ? count : kMaxListedCandidates;
-    if (listed < count) {
-      log_message(about(key) + ": " + std::to_string(count) + " candidates, the first " +
-                  std::to_string(listed) + " shown");
-    }
+    if (listed < count) log_candidates_cut(key, count, listed);
     // Little-endian, zero-extended; a 16-byte element contributes its low 8.
     const size_t bytes = unit < sizeof(uint64_t) ? unit : sizeof(uint64_t);
     for (size_t i = 0; i < listed; ++i) {

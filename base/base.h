@@ -12,6 +12,7 @@
 #include <string_view>
 
 #include "CameraRemote_SDK.h"
+#include "base/property_line.h"
 #include "properties/property_table.h"
 
 // ---- Log -------------------------------------------------------------------
@@ -89,7 +90,8 @@ void write_report_lines(std::string_view lines);
 size_t element_width(uint32_t type);
 
 // Appends the property status line of `property` to `*line`:
-// "status KEY VALUE [C1 C2 ...] RW" (or "{...}" and "RO"), no newline.
+// "status KEY VALUE [C1 C2 ...] RW" (or "{...}" and "RO"), no newline; the
+// same as append_status_line with the record's fields.
 void append_property_line(std::string_view key, const SCRSDK::CrDeviceProperty& property, ToTextFn to_text,
                           SkipValueFn skip, bool list_values, TextWriter* line);
 

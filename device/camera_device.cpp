@@ -149,7 +149,7 @@ bool CameraDevice::cached(uint32_t code, SCRSDK::CrDeviceProperty* out) {
   std::lock_guard<std::mutex> lock(cache_mutex);
   const auto found = properties.find(code);
   if (found == properties.end()) return false;
-  *out = found->second;
+  *out = found->second.record();
   return true;
 }
 

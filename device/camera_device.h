@@ -27,10 +27,50 @@ uint32_t camera_model_number(std::string_view name);
 // The model name of a model number, or "" for numbers without a name.
 const char* camera_model_name(uint32_t number);
 
-// Whether the cached record `cached` already holds all that `fresh` reports
-// (every field and the bytes of every buffer), so that copying `fresh` into
-// the cache can be skipped.
-bool same_property_record(const SCRSDK::CrDeviceProperty& cached, const SCRSDK::CrDeviceProperty& fresh);
+// A property record of the cache, and what its getters return, read once
+// when the record is stored: most records of a batch report no change, and
+// telling so then takes the getters of the fresh record only (each getter is
+// a call into the SDK).
+class CachedProperty {
+ public:
+  CachedProperty() { read_getters(); }
+  CachedProperty(const CachedProperty& other) : record_(other.record_) { read_getters(); }
+  CachedProperty& operator=(const CachedProperty& other) {
+    store(other.record_);
+    return *this;
+  }
+
+  // Copies `fresh` (and its buffers) into the cache.
+  void store(const SCRSDK::CrDeviceProperty& fresh) {
+    record_ = fresh;
+    read_getters();
+  }
+  // Whether the cached record already holds all that `fresh` reports (every
+  // field and the bytes of every buffer), so that storing it can be skipped.
+  bool same_as(const SCRSDK::CrDeviceProperty& fresh) const;
+  const SCRSDK::CrDeviceProperty& record() const { return record_; }
+  // The fields of the record that its status line shows.
+  PropertyFields fields() const;
+
+ private:
+  void read_getters();
+
+  SCRSDK::CrDeviceProperty record_;
+  // What record_'s getters return; the buffers are record_'s own.
+  CrInt32u code_ = 0;
+  SCRSDK::CrDataType type_{};
+  SCRSDK::CrPropertyEnableFlag enable_flag_{};
+  SCRSDK::CrPropertyVariableFlag variable_flag_{};
+  CrInt64u current_ = 0;
+  const CrInt16u* current_str_ = nullptr;
+  CrInt32u values_size_ = 0;
+  const CrInt8u* values_ = nullptr;
+  CrInt32u set_values_size_ = 0;
+  const CrInt8u* set_values_ = nullptr;
+  CrInt32u display_values_size_ = 0;
+  const CrInt8u* display_values_ = nullptr;
+  bool writable_ = false;
+};
 
 // ---- The command gate ----------------------------------------------------
 
@@ -179,8 +219,8 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   bool aborted() const { return aborted_.load(); }
 
   SCRSDK::CrDeviceHandle device_handle = 0;
-  std::unordered_map<CrInt32u, SCRSDK::CrDeviceProperty> properties;  // GUARDED_BY(cache_mutex)
-  std::map<CrInt32u, SCRSDK::CrLiveViewProperty> lv_properties;       // GUARDED_BY(cache_mutex)
+  std::unordered_map<CrInt32u, CachedProperty> properties;       // GUARDED_BY(cache_mutex)
+  std::map<CrInt32u, SCRSDK::CrLiveViewProperty> lv_properties;  // GUARDED_BY(cache_mutex)
   uint32_t reserved_word = 0;
   uint32_t model = 0;
   std::atomic<bool> ready_armed{false};

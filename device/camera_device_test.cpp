@@ -60,7 +60,7 @@ TEST(ConfirmTimeout, PositiveDecimalOrTheDefault) {
   unsetenv("VK_SONY_CONFIRM_TIMEOUT_MS");
 }
 
-TEST(SamePropertyRecord, AnyDifferingFieldOrByteCounts) {
+TEST(CachedProperty, AnyDifferingFieldOrByteCounts) {
   CrInt8u values[] = {1, 0, 2, 0};
   CrInt16u text[] = {3, 0x6261, 0x0063};  // length 3, "abc"
   auto record = [&] {
@@ -102,16 +102,34 @@ TEST(SamePropertyRecord, AnyDifferingFieldOrByteCounts) {
       {"settable bytes", [](SCRSDK::CrDeviceProperty* r, CrInt8u* v, CrInt16u*) { r->SetSetValues(v); }},
       {"settable size", [](SCRSDK::CrDeviceProperty* r, CrInt8u*, CrInt16u*) { r->SetSetValueSize(2); }},
   };
+  // `fresh` against a cache entry holding `cached`.
+  const auto same = [](const SCRSDK::CrDeviceProperty& cached, const SCRSDK::CrDeviceProperty& fresh) {
+    CachedProperty entry;
+    entry.store(cached);
+    return entry.same_as(fresh);
+  };
   const SCRSDK::CrDeviceProperty base = record();
-  EXPECT_TRUE(same_property_record(base, record()));
+  EXPECT_TRUE(same(base, record()));
   for (const Case& c : cases) {
     SCRSDK::CrDeviceProperty changed = record();
     c.apply(&changed, other_values, other_text);
-    EXPECT_FALSE(same_property_record(base, changed)) << c.change;
-    EXPECT_FALSE(same_property_record(changed, base)) << c.change;
-    EXPECT_TRUE(same_property_record(changed, SCRSDK::CrDeviceProperty(changed))) << c.change;
+    EXPECT_FALSE(same(base, changed)) << c.change;
+    EXPECT_FALSE(same(changed, base)) << c.change;
+    EXPECT_TRUE(same(changed, SCRSDK::CrDeviceProperty(changed))) << c.change;
   }
-  EXPECT_FALSE(same_property_record(SCRSDK::CrDeviceProperty(), base));
+  EXPECT_FALSE(same(SCRSDK::CrDeviceProperty(), base));
+  EXPECT_TRUE(CachedProperty().same_as(SCRSDK::CrDeviceProperty()));
+
+  // A copied or assigned entry compares its own buffers, not the source's.
+  auto original = std::make_unique<CachedProperty>();
+  original->store(base);
+  const CachedProperty copy(*original);
+  CachedProperty assigned;
+  assigned = *original;
+  original.reset();
+  EXPECT_TRUE(copy.same_as(base));
+  EXPECT_TRUE(assigned.same_as(base));
+  EXPECT_EQ(copy.record().GetValueSize(), 4u);
 }
 
 TEST(CommandGate, HandsOverBetweenThreadsAndToleratesDoubleRelease) {

@@ -44,7 +44,7 @@ TEST_F(CameraDeviceTest, AlwaysSendPropertyIsWrittenEvenWhenUnchanged) {
   SCRSDK::CrDeviceProperty zoom;
   {
     std::lock_guard<std::mutex> lock(device_->cache_mutex);
-    zoom = device_->properties[0x126];
+    zoom = device_->properties[0x126].record();
   }
   device_->set_property(zoom, 0);
   EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x126", "0")));

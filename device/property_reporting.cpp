@@ -36,30 +36,42 @@ bool same_current_str(const uint16_t* a, const uint16_t* b) {
 
 }  // namespace
 
-// Most records of a batch report no change; the copy of such a record (and
-// of its buffers) is skipped. The getters are calls into the SDK: each is
-// made once per record.
-bool same_property_record(const SCRSDK::CrDeviceProperty& cached, const SCRSDK::CrDeviceProperty& fresh) {
-  if (cached.GetCode() != fresh.GetCode() || cached.GetValueType() != fresh.GetValueType() ||
-      cached.GetPropertyEnableFlag() != fresh.GetPropertyEnableFlag() ||
-      cached.GetPropertyVariableFlag() != fresh.GetPropertyVariableFlag() ||
-      cached.GetCurrentValue() != fresh.GetCurrentValue() ||
-      !same_current_str(cached.GetCurrentStr(), fresh.GetCurrentStr())) {
-    return false;
-  }
-  const CrInt32u values_size = fresh.GetValueSize();
-  if (cached.GetValueSize() != values_size ||
-      !same_bytes(cached.GetValues(), fresh.GetValues(), values_size)) {
-    return false;
-  }
-  const CrInt32u set_values_size = fresh.GetSetValueSize();
-  if (cached.GetSetValueSize() != set_values_size ||
-      !same_bytes(cached.GetSetValues(), fresh.GetSetValues(), set_values_size)) {
-    return false;
-  }
-  const CrInt32u display_values_size = fresh.GetDisplayValueSize();
-  return cached.GetDisplayValueSize() == display_values_size &&
-         same_bytes(cached.GetDisplayValues(), fresh.GetDisplayValues(), display_values_size);
+void CachedProperty::read_getters() {
+  code_ = record_.GetCode();
+  type_ = record_.GetValueType();
+  enable_flag_ = record_.GetPropertyEnableFlag();
+  variable_flag_ = record_.GetPropertyVariableFlag();
+  current_ = record_.GetCurrentValue();
+  current_str_ = record_.GetCurrentStr();
+  values_size_ = record_.GetValueSize();
+  values_ = record_.GetValues();
+  set_values_size_ = record_.GetSetValueSize();
+  set_values_ = record_.GetSetValues();
+  display_values_size_ = record_.GetDisplayValueSize();
+  display_values_ = record_.GetDisplayValues();
+  writable_ = record_.IsSetEnableCurrentValue();
+}
+
+PropertyFields CachedProperty::fields() const {
+  PropertyFields fields;
+  fields.type = static_cast<uint32_t>(type_);
+  fields.current = current_;
+  fields.current_str = current_str_;
+  fields.values = values_;
+  fields.size = values_size_;
+  fields.writable = writable_;
+  return fields;
+}
+
+bool CachedProperty::same_as(const SCRSDK::CrDeviceProperty& fresh) const {
+  return code_ == fresh.GetCode() && type_ == fresh.GetValueType() &&
+         enable_flag_ == fresh.GetPropertyEnableFlag() && variable_flag_ == fresh.GetPropertyVariableFlag() &&
+         current_ == fresh.GetCurrentValue() && same_current_str(current_str_, fresh.GetCurrentStr()) &&
+         values_size_ == fresh.GetValueSize() && same_bytes(values_, fresh.GetValues(), values_size_) &&
+         set_values_size_ == fresh.GetSetValueSize() &&
+         same_bytes(set_values_, fresh.GetSetValues(), set_values_size_) &&
+         display_values_size_ == fresh.GetDisplayValueSize() &&
+         same_bytes(display_values_, fresh.GetDisplayValues(), display_values_size_);
 }
 
 void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
@@ -82,8 +94,8 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
       std::lock_guard<std::mutex> lock(cache_mutex);
       for (CrInt32 i = 0; list != nullptr && i < count; ++i) {
         const CrInt32u code = list[i].GetCode();
-        SCRSDK::CrDeviceProperty& cached = properties[code];
-        if (!same_property_record(cached, list[i])) cached = list[i];
+        CachedProperty& cached = properties[code];
+        if (!cached.same_as(list[i])) cached.store(list[i]);
         if (!stale_codes_.empty()) stale_codes_.erase(code);
         reported.push_back(code);
       }
@@ -154,7 +166,7 @@ void CameraDevice::store_and_report(const SCRSDK::CrDeviceProperty& property) {
   const CrInt32u code = property.GetCode();
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
-    properties[code] = property;
+    properties[code].store(property);
     stale_codes_.erase(code);
   }
   report_property(code);
@@ -211,20 +223,20 @@ bool CameraDevice::compose_cached_line(uint32_t code, TextWriter* line) {
                 ")");
     return false;
   }
-  static const SCRSDK::CrDeviceProperty kNoRecord;
+  static const CachedProperty kNoRecord;
   const auto found = properties.find(code);
-  const SCRSDK::CrDeviceProperty& property = found != properties.end() ? found->second : kNoRecord;
+  const PropertyFields fields = (found != properties.end() ? found->second : kNoRecord).fields();
   if (black_level_alias) {
     // These models carry their black level under 0x2AC; the parent knows
     // it by the name "PP_BLACK_LEVEL".
     constexpr std::string_view kBlackLevelKey = "PP_BLACK_LEVEL";
     if (row != nullptr) {
-      append_property_line(kBlackLevelKey, property, row->toText, row->skipValue, row->listValues, line);
+      append_status_line(kBlackLevelKey, fields, row->toText, row->skipValue, row->listValues, line);
     } else {
-      append_property_line(kBlackLevelKey, property, numeric_text, keep_all, false, line);
+      append_status_line(kBlackLevelKey, fields, numeric_text, keep_all, false, line);
     }
   } else {
-    append_property_line(row->name, property, row->toText, row->skipValue, row->listValues, line);
+    append_status_line(row->name, fields, row->toText, row->skipValue, row->listValues, line);
   }
   return true;
 }

@@ -29,7 +29,7 @@ Output& output() {
 // Writes all of `text` to standard output. A closed or failing stdout drops
 // the rest (EPIPE with SIGPIPE ignored): the monitor ends the run when it
 // sees the pipe closed.
-void write_out(const std::string& text) {
+void write_out(std::string_view text) {
   size_t done = 0;
   while (done < text.size()) {
     const ssize_t n = ::write(STDOUT_FILENO, text.data() + done, text.size() - done);
@@ -47,10 +47,14 @@ void write_out(const std::string& text) {
   }
 }
 
-// Appends `lines` (whole lines) to the queued raw lines and writes them all.
+// Writes the queued raw lines and then `lines` (whole lines) in one write.
 void write_with_queued(std::string_view lines) {
   Output& out = output();
   std::lock_guard<std::mutex> lock(out.mutex);
+  if (out.queued.empty()) {
+    write_out(lines);
+    return;
+  }
   out.queued.append(lines.data(), lines.size());
   write_out(out.queued);
   out.queued.clear();  // keeps its capacity: no allocation per line

@@ -67,11 +67,13 @@ bool CachedProperty::same_as(const SCRSDK::CrDeviceProperty& fresh) const {
   return code_ == fresh.GetCode() && type_ == fresh.GetValueType() &&
          enable_flag_ == fresh.GetPropertyEnableFlag() && variable_flag_ == fresh.GetPropertyVariableFlag() &&
          current_ == fresh.GetCurrentValue() && same_current_str(current_str_, fresh.GetCurrentStr()) &&
-         values_size_ == fresh.GetValueSize() && same_bytes(values_, fresh.GetValues(), values_size_) &&
+         values_size_ == fresh.GetValueSize() &&
+         (values_size_ == 0 || same_bytes(values_, fresh.GetValues(), values_size_)) &&
          set_values_size_ == fresh.GetSetValueSize() &&
-         same_bytes(set_values_, fresh.GetSetValues(), set_values_size_) &&
+         (set_values_size_ == 0 || same_bytes(set_values_, fresh.GetSetValues(), set_values_size_)) &&
          display_values_size_ == fresh.GetDisplayValueSize() &&
-         same_bytes(display_values_, fresh.GetDisplayValues(), display_values_size_);
+         (display_values_size_ == 0 ||
+          same_bytes(display_values_, fresh.GetDisplayValues(), display_values_size_));
 }
 
 void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {

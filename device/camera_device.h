@@ -49,6 +49,7 @@ class CachedProperty {
   // field and the bytes of every buffer), so that storing it can be skipped.
   bool same_as(const SCRSDK::CrDeviceProperty& fresh) const;
   const SCRSDK::CrDeviceProperty& record() const { return record_; }
+  CrInt32u code() const { return code_; }
   // The fields of the record that its status line shows.
   PropertyFields fields() const;
 
@@ -266,13 +267,13 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   // Writes the status line of the cached record of `code` (or logs a code
   // the bridge does not support). Caller holds answer_mutex_.
   void report_cached(uint32_t code);
-  // The same for each of `codes`, into the OutputBatch the caller has open.
-  // Caller holds answer_mutex_.
-  void report_cached(const std::vector<uint32_t>& codes);
-  // Appends the status line of the cached record of `code` to `*line` (no
-  // newline); false (and logged) for a code the bridge does not support.
-  // Caller holds cache_mutex.
-  bool compose_cached_line(uint32_t code, TextWriter* line);
+  // The same for each of `entries` (entries of `properties`), into the
+  // OutputBatch the caller has open. Caller holds answer_mutex_.
+  void report_cached(const std::vector<const CachedProperty*>& entries);
+  // Appends the status line of `cached`, the cache's record of `code`, to
+  // `*line` (no newline); false (and logged) for a code the bridge does not
+  // support. Caller holds cache_mutex.
+  bool compose_cached_line(uint32_t code, const CachedProperty& cached, TextWriter* line);
   // Opens the gate and ends wait_for_first_batch, once, after OnConnected.
   void open_after_first_batch();
 
@@ -284,8 +285,10 @@ class CameraDevice : public SCRSDK::IDeviceCallback {
   uint32_t awaited_codes_[2] = {0, 0};      // GUARDED_BY(answer_mutex_)
   bool last_answer_ok_ = false;             // GUARDED_BY(answer_mutex_)
   bool quick_in_flight_ = false;            // GUARDED_BY(answer_mutex_)
-  std::vector<uint32_t> held_codes_;        // GUARDED_BY(answer_mutex_)
-  TextWriter line_buffer_;                  // GUARDED_BY(answer_mutex_): report_cached's line
+  // Entries of `properties` to report; entries are never erased, so the
+  // pointers stay valid.
+  std::vector<const CachedProperty*> held_entries_;  // GUARDED_BY(answer_mutex_)
+  TextWriter line_buffer_;                           // GUARDED_BY(answer_mutex_): report_cached's line
   // Codes whose cached value may be out of date (a fetch failed, or a write
   // went unconfirmed): the no-change rule does not trust them.
   std::set<uint32_t> stale_codes_;  // GUARDED_BY(cache_mutex)

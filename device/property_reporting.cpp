@@ -90,7 +90,7 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
       open_after_first_batch();
       return;
     }
-    std::vector<uint32_t> reported;
+    std::vector<const CachedProperty*> reported;
     reported.reserve(count > 0 ? static_cast<size_t>(count) : 0);
     {
       std::lock_guard<std::mutex> lock(cache_mutex);
@@ -99,7 +99,7 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
         CachedProperty& cached = properties[code];
         if (!cached.same_as(list[i])) cached.store(list[i]);
         if (!stale_codes_.empty()) stale_codes_.erase(code);
-        reported.push_back(code);
+        reported.push_back(&cached);
       }
     }
     {
@@ -114,7 +114,7 @@ void CameraDevice::OnPropertyChangedCodes(CrInt32u num, CrInt32u* codes) {
       }
       if (quick_in_flight_) {
         // The "ACK" of the quick-acknowledged write comes first.
-        held_codes_.insert(held_codes_.end(), reported.begin(), reported.end());
+        held_entries_.insert(held_entries_.end(), reported.begin(), reported.end());
       } else {
         // The batch's status lines leave together, after the answer, and
         // READY with the first of them.
@@ -182,8 +182,8 @@ void CameraDevice::report_property(uint32_t code) {
 }
 
 void CameraDevice::flush_held_reports() {
-  std::vector<uint32_t> held;
-  held.swap(held_codes_);
+  std::vector<const CachedProperty*> held;
+  held.swap(held_entries_);
   OutputBatch lines;
   report_cached(held);
 }
@@ -195,29 +195,32 @@ void CameraDevice::report_cached(uint32_t code) {
   line_buffer_.clear();
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
-    composed = compose_cached_line(code, &line_buffer_);
+    static const CachedProperty kNoRecord;
+    const auto found = properties.find(code);
+    composed =
+        compose_cached_line(code, found != properties.end() ? found->second : kNoRecord, &line_buffer_);
   }
   if (!composed) return;
   write_report_line(line_buffer_.view());
   log_message(line_buffer_.view());
 }
 
-void CameraDevice::report_cached(const std::vector<uint32_t>& codes) {
+void CameraDevice::report_cached(const std::vector<const CachedProperty*>& entries) {
   // One lock for the whole batch: the lines are composed one after another
   // into one buffer, which joins the open batch at the end.
   std::lock_guard<std::mutex> lock(cache_mutex);
   const bool logging = log_enabled();
   line_buffer_.clear();
-  for (uint32_t code : codes) {
+  for (const CachedProperty* entry : entries) {
     const size_t start = line_buffer_.size();
-    if (!compose_cached_line(code, &line_buffer_)) continue;
+    if (!compose_cached_line(entry->code(), *entry, &line_buffer_)) continue;
     if (logging) log_message(line_buffer_.view().substr(start));
     line_buffer_.push_back('\n');
   }
   write_report_lines(line_buffer_.view());
 }
 
-bool CameraDevice::compose_cached_line(uint32_t code, TextWriter* line) {
+bool CameraDevice::compose_cached_line(uint32_t code, const CachedProperty& cached, TextWriter* line) {
   const PropertyInfo* row = find_property(code);
   const bool black_level_alias = (model == 20 || model == 21) && code == kBlackLevelCode;
   if (!black_level_alias && row == nullptr) {
@@ -225,9 +228,7 @@ bool CameraDevice::compose_cached_line(uint32_t code, TextWriter* line) {
                 ")");
     return false;
   }
-  static const CachedProperty kNoRecord;
-  const auto found = properties.find(code);
-  const PropertyFields fields = (found != properties.end() ? found->second : kNoRecord).fields();
+  const PropertyFields fields = cached.fields();
   if (black_level_alias) {
     // These models carry their black level under 0x2AC; the parent knows
     // it by the name "PP_BLACK_LEVEL".

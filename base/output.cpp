@@ -233,6 +233,26 @@ std::string hex_type(uint32_t type) {
               " shown");
 }
 
+// Appends the candidates of `count` elements, `unit` bytes apart, each
+// read as its low `bytes` bytes, little-endian and zero-extended; left out
+// where `skip` says so. Returns how many were shown. `Bytes`, when not 0, is
+// `bytes` known at compile time, so that the read is one load.
+template <size_t Bytes>
+size_t append_candidates(const uint8_t* values, size_t unit, size_t bytes, size_t count, ToTextFn to_text,
+                         SkipValueFn skip, TextWriter* line) {
+  const size_t width = Bytes != 0 ? Bytes : bytes;
+  size_t appended = 0;
+  for (size_t i = 0; i < count; ++i, values += unit) {
+    uint64_t value = 0;
+    for (size_t k = width; k-- > 0;) value = value << 8 | values[k];
+    if (skip(value)) continue;
+    to_text(value, line);
+    line->push_back(' ');
+    ++appended;
+  }
+  return appended;
+}
+
 }  // namespace
 
 void append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
@@ -269,16 +289,24 @@ void append_status_line(std::string_view key, const PropertyFields& fields, ToTe
     if (unit != 0 && fields.size % unit != 0) log_trailing_bytes(key, fields.size % unit, fields.type);
     const size_t listed = count < kMaxListedCandidates ? count : kMaxListedCandidates;
     if (listed < count) log_candidates_cut(key, count, listed);
-    // Little-endian, zero-extended; a 16-byte element contributes its low 8.
+    // A 16-byte element contributes its low 8.
     const size_t bytes = unit < sizeof(uint64_t) ? unit : sizeof(uint64_t);
-    for (size_t i = 0; i < listed; ++i) {
-      const uint8_t* element = fields.values + i * unit;
-      uint64_t value = 0;
-      for (size_t k = bytes; k-- > 0;) value = value << 8 | element[k];
-      if (skip(value)) continue;
-      to_text(value, line);
-      line->push_back(' ');
-      ++appended;
+    switch (bytes) {
+      case 1:
+        appended = append_candidates<1>(fields.values, unit, bytes, listed, to_text, skip, line);
+        break;
+      case 2:
+        appended = append_candidates<2>(fields.values, unit, bytes, listed, to_text, skip, line);
+        break;
+      case 4:
+        appended = append_candidates<4>(fields.values, unit, bytes, listed, to_text, skip, line);
+        break;
+      case 8:
+        appended = append_candidates<8>(fields.values, unit, bytes, listed, to_text, skip, line);
+        break;
+      default:
+        appended = append_candidates<0>(fields.values, unit, bytes, listed, to_text, skip, line);
+        break;
     }
   }
   if (appended > 0) {

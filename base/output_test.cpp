@@ -92,7 +92,8 @@ TEST(PropertyLine, MalformedRecords) {
   const std::vector<uint16_t> empty = sdk_string(0, "");
   const std::vector<uint8_t> bytes = {1, 2, 3};
   const std::vector<uint8_t> u16_odd = {1, 0, 2, 0, 3};
-  const std::vector<uint8_t> u128 = {7, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9, 9, 9, 9, 9, 9};
+  const std::vector<uint8_t> u128 = {7, 0, 0, 0, 0, 0, 0, 0, 9, 9, 9, 9, 9, 9, 9, 9,
+                                     8, 0, 0, 0, 0, 0, 0, 1, 9, 9, 9, 9, 9, 9, 9, 9};
 
   const struct {
     const char* line;
@@ -119,6 +120,7 @@ TEST(PropertyLine, MalformedRecords) {
       {"status K 9 [9] RW", {2, 9, nullptr, nullptr, 4000, true}, formatUnsigned},
       {"status K 9 [9] RW", {0, 9, nullptr, bytes.data(), 3, true}, formatUnsigned},
       {"status K 9 [7] RW", {5, 9, nullptr, u128.data(), 16, true}, formatUnsigned},
+      {"status K 9 [7 72057594037927944] RW", {5, 9, nullptr, u128.data(), 32, true}, formatUnsigned},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.line);

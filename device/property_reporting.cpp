@@ -19,6 +19,12 @@ void numeric_text(uint64_t value, TextWriter* out) { out->append(std::to_string(
 
 bool keep_all(uint64_t /*value*/) { return false; }
 
+// Out of line and cold: composing a line of a supported code stays small
+// without the text of this log line.
+[[gnu::cold]] void log_unhandled_property(uint32_t code) {
+  log_message("UNHANDLED property case : " + device_property_name(code) + " (" + std::to_string(code) + ")");
+}
+
 bool is_quiet_live_view_code(CrInt32u code) { return code == 0x121 || code == 0x122 || code == 0x582; }
 
 // Whether two buffers of `size` bytes hold the same bytes; two absent
@@ -224,8 +230,7 @@ bool CameraDevice::compose_cached_line(uint32_t code, const CachedProperty& cach
   const PropertyInfo* row = find_property(code);
   const bool black_level_alias = (model == 20 || model == 21) && code == kBlackLevelCode;
   if (!black_level_alias && row == nullptr) {
-    log_message("UNHANDLED property case : " + device_property_name(code) + " (" + std::to_string(code) +
-                ")");
+    log_unhandled_property(code);
     return false;
   }
   const PropertyFields fields = cached.fields();

@@ -51,7 +51,7 @@ class CachedProperty {
   const SCRSDK::CrDeviceProperty& record() const { return record_; }
   CrInt32u code() const { return code_; }
   // The fields of the record that its status line shows.
-  PropertyFields fields() const;
+  const PropertyFields& fields() const { return fields_; }
 
  private:
   void read_getters();
@@ -59,18 +59,13 @@ class CachedProperty {
   SCRSDK::CrDeviceProperty record_;
   // What record_'s getters return; the buffers are record_'s own.
   CrInt32u code_ = 0;
-  SCRSDK::CrDataType type_{};
+  PropertyFields fields_;  // type, current value and string, candidates, writable
   SCRSDK::CrPropertyEnableFlag enable_flag_{};
   SCRSDK::CrPropertyVariableFlag variable_flag_{};
-  CrInt64u current_ = 0;
-  const CrInt16u* current_str_ = nullptr;
-  CrInt32u values_size_ = 0;
-  const CrInt8u* values_ = nullptr;
   CrInt32u set_values_size_ = 0;
   const CrInt8u* set_values_ = nullptr;
   CrInt32u display_values_size_ = 0;
   const CrInt8u* display_values_ = nullptr;
-  bool writable_ = false;
 };
 
 // ---- The command gate ----------------------------------------------------

@@ -44,37 +44,27 @@ bool same_current_str(const uint16_t* a, const uint16_t* b) {
 
 void CachedProperty::read_getters() {
   code_ = record_.GetCode();
-  type_ = record_.GetValueType();
+  fields_.type = static_cast<uint32_t>(record_.GetValueType());
   enable_flag_ = record_.GetPropertyEnableFlag();
   variable_flag_ = record_.GetPropertyVariableFlag();
-  current_ = record_.GetCurrentValue();
-  current_str_ = record_.GetCurrentStr();
-  values_size_ = record_.GetValueSize();
-  values_ = record_.GetValues();
+  fields_.current = record_.GetCurrentValue();
+  fields_.current_str = record_.GetCurrentStr();
+  fields_.size = record_.GetValueSize();
+  fields_.values = record_.GetValues();
   set_values_size_ = record_.GetSetValueSize();
   set_values_ = record_.GetSetValues();
   display_values_size_ = record_.GetDisplayValueSize();
   display_values_ = record_.GetDisplayValues();
-  writable_ = record_.IsSetEnableCurrentValue();
-}
-
-PropertyFields CachedProperty::fields() const {
-  PropertyFields fields;
-  fields.type = static_cast<uint32_t>(type_);
-  fields.current = current_;
-  fields.current_str = current_str_;
-  fields.values = values_;
-  fields.size = values_size_;
-  fields.writable = writable_;
-  return fields;
+  fields_.writable = record_.IsSetEnableCurrentValue();
 }
 
 bool CachedProperty::same_as(const SCRSDK::CrDeviceProperty& fresh) const {
-  return code_ == fresh.GetCode() && type_ == fresh.GetValueType() &&
+  return code_ == fresh.GetCode() && fields_.type == static_cast<uint32_t>(fresh.GetValueType()) &&
          enable_flag_ == fresh.GetPropertyEnableFlag() && variable_flag_ == fresh.GetPropertyVariableFlag() &&
-         current_ == fresh.GetCurrentValue() && same_current_str(current_str_, fresh.GetCurrentStr()) &&
-         values_size_ == fresh.GetValueSize() &&
-         (values_size_ == 0 || same_bytes(values_, fresh.GetValues(), values_size_)) &&
+         fields_.current == fresh.GetCurrentValue() &&
+         same_current_str(fields_.current_str, fresh.GetCurrentStr()) &&
+         fields_.size == fresh.GetValueSize() &&
+         (fields_.size == 0 || same_bytes(fields_.values, fresh.GetValues(), fields_.size)) &&
          set_values_size_ == fresh.GetSetValueSize() &&
          (set_values_size_ == 0 || same_bytes(set_values_, fresh.GetSetValues(), set_values_size_)) &&
          display_values_size_ == fresh.GetDisplayValueSize() &&
@@ -233,7 +223,7 @@ bool CameraDevice::compose_cached_line(uint32_t code, const CachedProperty& cach
     log_unhandled_property(code);
     return false;
   }
-  const PropertyFields fields = cached.fields();
+  const PropertyFields& fields = cached.fields();
   if (black_level_alias) {
     // These models carry their black level under 0x2AC; the parent knows
     // it by the name "PP_BLACK_LEVEL".

@@ -449,22 +449,20 @@ SCRSDK::CrDeviceProperty* new_property_list(const std::vector<PropertySource>& s
       std::memcpy(str + sizeof length, p.text.data(), std::min<std::size_t>(p.text.size(), length));
       poke(record, offsetof(DevicePropertyLayout, currentStr), reinterpret_cast<CrInt16u*>(str));
     }
+    // The candidates, copied into the block for the record field at `field`.
+    const auto place_candidates = [&](std::size_t size, std::size_t field) {
+      unsigned char* buffer = block + place(size, &offset);
+      ASAN_UNPOISON_MEMORY_REGION(buffer, size);
+      std::memcpy(buffer, packed.data(), size);
+      poke(record, field, buffer);
+    };
     // A record of `values=null` still tells the size it declares.
     record->SetValueSize(declared_values_size(p, packed));
-    if (sizes.values > 0) {
-      unsigned char* values = block + place(sizes.values, &offset);
-      ASAN_UNPOISON_MEMORY_REGION(values, sizes.values);
-      std::memcpy(values, packed.data(), sizes.values);
-      poke(record, offsetof(DevicePropertyLayout, values), values);
-    }
+    if (sizes.values > 0) place_candidates(sizes.values, offsetof(DevicePropertyLayout, values));
     if (p.writable) {
       record->SetSetValueSize(declared_values_size(p, packed));
-      if (sizes.set_values > 0) {
-        unsigned char* set_values = block + place(sizes.set_values, &offset);
-        ASAN_UNPOISON_MEMORY_REGION(set_values, sizes.set_values);
-        std::memcpy(set_values, packed.data(), sizes.set_values);
-        poke(record, offsetof(DevicePropertyLayout, getSetValues), set_values);
-      }
+      if (sizes.set_values > 0)
+        place_candidates(sizes.set_values, offsetof(DevicePropertyLayout, getSetValues));
     }
   }
   return records;

@@ -146,7 +146,12 @@ void write_report_lines(std::string_view lines) {
   }
 }
 
-size_t element_width(uint32_t type) {
+namespace {
+
+// The element width of data type `type`, or kNoWidthRule for a type
+// without a rule.
+constexpr size_t kNoWidthRule = ~size_t{0};
+size_t width_rule(uint32_t type) {
   if (type == 0) return 0;
   if (type == kStringType) return 1;
   if (type >= 1 && type <= 5) {
@@ -175,6 +180,14 @@ size_t element_width(uint32_t type) {
         break;
     }
   }
+  return kNoWidthRule;
+}
+
+}  // namespace
+
+size_t element_width(uint32_t type) {
+  const size_t width = width_rule(type);
+  if (width != kNoWidthRule) return width;
   write_raw_line("unhandled unit");
   return 4;
 }
@@ -255,13 +268,17 @@ size_t append_candidates(const uint8_t* values, size_t unit, size_t bytes, size_
 
 }  // namespace
 
-void append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
+bool append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
                         SkipValueFn skip, bool list_values, TextWriter* line) {
   const bool string_record = fields.type == kStringType;
   const bool text_row = is_text_converter(to_text);
+  bool quiet = true;
   // The record's data type decides what its value is; a mismatch with the
   // row is shown as well as it can be and logged.
-  if (text_row != string_record) log_type_mismatch(key, fields.type, text_row);
+  if (text_row != string_record) {
+    log_type_mismatch(key, fields.type, text_row);
+    quiet = false;
+  }
 
   constexpr std::string_view kStatus = "status ";
   char* out = line->room(kStatus.size() + key.size() + 1);
@@ -282,13 +299,24 @@ void append_status_line(std::string_view key, const PropertyFields& fields, ToTe
   if (string_record && fields.size > 0) {
     // A text has no candidate values; the bytes are not shown.
     log_text_candidates(key, fields.size);
+    quiet = false;
   } else if (fields.values != nullptr && fields.size > 0) {
-    const size_t unit = element_width(fields.type);
+    size_t unit = width_rule(fields.type);
+    if (unit == kNoWidthRule) {
+      unit = element_width(fields.type);  // says so on a raw line
+      quiet = false;
+    }
     // A zero width would never advance; such a type has no candidates to show.
     const size_t count = unit == 0 ? 0 : fields.size / unit;
-    if (unit != 0 && fields.size % unit != 0) log_trailing_bytes(key, fields.size % unit, fields.type);
+    if (unit != 0 && fields.size % unit != 0) {
+      log_trailing_bytes(key, fields.size % unit, fields.type);
+      quiet = false;
+    }
     const size_t listed = count < kMaxListedCandidates ? count : kMaxListedCandidates;
-    if (listed < count) log_candidates_cut(key, count, listed);
+    if (listed < count) {
+      log_candidates_cut(key, count, listed);
+      quiet = false;
+    }
     // A 16-byte element contributes its low 8.
     const size_t bytes = unit < sizeof(uint64_t) ? unit : sizeof(uint64_t);
     switch (bytes) {
@@ -317,6 +345,7 @@ void append_status_line(std::string_view key, const PropertyFields& fields, ToTe
   }
   line->push_back(list_values ? ']' : '}');
   line->append(fields.writable ? " RW" : " RO");
+  return quiet;
 }
 
 std::string compose_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,

@@ -35,7 +35,9 @@ inline constexpr uint32_t kMaxListedCandidates = 4096;
 // match its row (a text row with a numeric type, candidates on a string,
 // trailing bytes that do not make a whole element, more than
 // kMaxListedCandidates candidates) is shown as far as it can be and logged.
-void append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
+// Returns true when nothing was logged or written besides the line: the
+// same fields then always give the same line and nothing else.
+bool append_status_line(std::string_view key, const PropertyFields& fields, ToTextFn to_text,
                         SkipValueFn skip, bool list_values, TextWriter* line);
 
 // The same line as a string of its own.

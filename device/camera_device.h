@@ -44,6 +44,7 @@ class CachedProperty {
   void store(const SCRSDK::CrDeviceProperty& fresh) {
     record_ = fresh;
     read_getters();
+    line_.clear();
   }
   // Whether the cached record already holds all that `fresh` reports (every
   // field and the bytes of every buffer), so that storing it can be skipped.
@@ -52,6 +53,11 @@ class CachedProperty {
   CrInt32u code() const { return code_; }
   // The fields of the record that its status line shows.
   const PropertyFields& fields() const { return fields_; }
+  // The status line composed from this record, kept so that a record
+  // reported again unchanged is not composed again; empty when none is kept.
+  // The record's owner guards it as it guards the record.
+  std::string_view kept_line() const { return line_; }
+  void keep_line(std::string_view line) const { line_.assign(line.data(), line.size()); }
 
  private:
   void read_getters();
@@ -66,6 +72,7 @@ class CachedProperty {
   const CrInt8u* set_values_ = nullptr;
   CrInt32u display_values_size_ = 0;
   const CrInt8u* display_values_ = nullptr;
+  mutable std::string line_;  // see kept_line()
 };
 
 // ---- The command gate ----------------------------------------------------

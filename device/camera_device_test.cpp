@@ -236,6 +236,23 @@ TEST_F(CameraDeviceTest, UnknownAndNeverSeenCodes) {
   EXPECT_EQ(1, count_prefix(capture_->lines(), "status SHUTTER_ECS_NUMBER "));
 }
 
+// A record reported again unchanged gives the same line again, and a
+// record whose line needs a diagnostic gives the diagnostic again with it.
+TEST_F(CameraDeviceTest, UnchangedReportsRepeatLinesAndDiagnostics) {
+  connect_usb(std::string(kUsbFx6Scenario) + "property 0x115 UInt16 5600 rw 1 2 type=0x6001\n");
+  for (int i = 0; i < 2; ++i) ASSERT_TRUE(sim::fire("notify 0x104 0x115"));
+  ASSERT_TRUE(sim::wait_idle());
+  ASSERT_TRUE(sim::fire("change 0x104 800"));
+  ASSERT_TRUE(sim::fire("notify 0x104"));
+  ASSERT_TRUE(sim::wait_idle());
+  const std::vector<std::string> lines = capture_->lines();
+  EXPECT_EQ(3, count_line(lines, "status ISO 400 [100 200 400 800] RW"));
+  EXPECT_EQ(2, count_line(lines, "status ISO 800 [100 200 400 800] RW"));
+  const int wb_lines = count_prefix(lines, "status WB ");
+  EXPECT_EQ(3, wb_lines);
+  EXPECT_EQ(wb_lines, count_line(lines, "unhandled unit"));
+}
+
 // Only a command produces an answer: the camera's own changes and display
 // list results (answers only to a menu request) and the settings read
 // results write no ACK or NACK.

@@ -191,10 +191,13 @@ void CameraDevice::report_cached(uint32_t code) {
   line_buffer_.clear();
   {
     std::lock_guard<std::mutex> lock(cache_mutex);
-    static const CachedProperty kNoRecord;
     const auto found = properties.find(code);
-    composed =
-        compose_cached_line(code, found != properties.end() ? found->second : kNoRecord, &line_buffer_);
+    if (found != properties.end()) {
+      composed = compose_cached_line(code, found->second, &line_buffer_);
+    } else {
+      const CachedProperty no_record;
+      composed = compose_cached_line(code, no_record, &line_buffer_);
+    }
   }
   if (!composed) return;
   write_report_line(line_buffer_.view());
@@ -217,24 +220,40 @@ void CameraDevice::report_cached(const std::vector<const CachedProperty*>& entri
 }
 
 bool CameraDevice::compose_cached_line(uint32_t code, const CachedProperty& cached, TextWriter* line) {
+  const std::string_view kept = cached.kept_line();
+  if (!kept.empty()) {
+    line->append(kept);
+    return true;
+  }
   const PropertyInfo* row = find_property(code);
-  const bool black_level_alias = (model == 20 || model == 21) && code == kBlackLevelCode;
-  if (!black_level_alias && row == nullptr) {
+  const PropertyFields& fields = cached.fields();
+  if (code == kBlackLevelCode) {
+    // Models 20 and 21 carry their black level under 0x2AC; the parent
+    // knows it by the name "PP_BLACK_LEVEL". The line depends on the model,
+    // so it is not kept.
+    constexpr std::string_view kBlackLevelKey = "PP_BLACK_LEVEL";
+    const bool alias = model == 20 || model == 21;
+    if (!alias && row == nullptr) {
+      log_unhandled_property(code);
+      return false;
+    }
+    const std::string_view key = alias ? kBlackLevelKey : row->name;
+    if (row != nullptr) {
+      append_status_line(key, fields, row->toText, row->skipValue, row->listValues, line);
+    } else {
+      append_status_line(key, fields, numeric_text, keep_all, false, line);
+    }
+    return true;
+  }
+  if (row == nullptr) {
     log_unhandled_property(code);
     return false;
   }
-  const PropertyFields& fields = cached.fields();
-  if (black_level_alias) {
-    // These models carry their black level under 0x2AC; the parent knows
-    // it by the name "PP_BLACK_LEVEL".
-    constexpr std::string_view kBlackLevelKey = "PP_BLACK_LEVEL";
-    if (row != nullptr) {
-      append_status_line(kBlackLevelKey, fields, row->toText, row->skipValue, row->listValues, line);
-    } else {
-      append_status_line(kBlackLevelKey, fields, numeric_text, keep_all, false, line);
-    }
-  } else {
-    append_status_line(row->name, fields, row->toText, row->skipValue, row->listValues, line);
-  }
+  const size_t start = line->size();
+  const bool quiet =
+      append_status_line(row->name, fields, row->toText, row->skipValue, row->listValues, line);
+  // A line whose composition logged something is composed again next time,
+  // so that it is logged again.
+  if (quiet) cached.keep_line(line->view().substr(start));
   return true;
 }

@@ -21,23 +21,6 @@ std::string set_line(const char* code, const std::string& value) {
   return std::string("SetDeviceProperty code=") + code + " value=" + value + " ";
 }
 
-TEST_F(CameraDeviceTest, UnchangedValueIsAcknowledgedWithoutWriting) {
-  connect_usb(kUsbFx6Scenario);
-  sim::clear_trace();
-  device_->set_property_from_text(0x104, "400");
-  EXPECT_EQ(1, count_line(capture_->lines(), "ACK"));
-  EXPECT_TRUE(traced("SetDeviceProperty").empty());
-
-  // A real change waits for the camera's report before acknowledging.
-  device_->set_property_from_text(0x104, "800");
-  ASSERT_TRUE(wait_for_line("ACK", 2));
-  EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x104", "800")));
-  EXPECT_EQ(800u, sim::property_value(0x104));
-  // The gate was handed back by the camera's report.
-  device_->set_property_from_text(0x104, "800");
-  EXPECT_EQ(3, count_line(capture_->lines(), "ACK"));
-}
-
 TEST_F(CameraDeviceTest, AlwaysSendPropertyIsWrittenEvenWhenUnchanged) {
   connect_usb(kUsbFx6Scenario);
   sim::clear_trace();
@@ -48,18 +31,6 @@ TEST_F(CameraDeviceTest, AlwaysSendPropertyIsWrittenEvenWhenUnchanged) {
   }
   device_->set_property(zoom, 0);
   EXPECT_EQ(1, count_prefix(sim::trace(), set_line("0x126", "0")));
-}
-
-TEST_F(CameraDeviceTest, RefusalsAnswerNackAndLeaveTheGateOpen) {
-  connect_usb(std::string(kUsbFx6Scenario) + "fail set 0x104 0x8402\n");
-  device_->set_property_from_text(0x104, "800");
-  device_->set_property_from_text(0xFFFE, "1");
-  device_->property_button(0x184);
-  EXPECT_EQ(3, count_line(capture_->lines(), "NACK"));
-  EXPECT_EQ(1, static_cast<int>(traced("SetDeviceProperty").size()));
-  // A following command is not blocked.
-  device_->set_property_from_text(0x104, "400");
-  EXPECT_EQ("ACK", capture_->lines().back());
 }
 
 // What the camera could not carry out, or would take without confirming, is

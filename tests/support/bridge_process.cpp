@@ -55,6 +55,18 @@ bool drain(int fd, std::string& buffer) {
   }
 }
 
+// The command that runs vk-sony on this host, split at blanks before the
+// binary's path: VK_SONY_TEST_EMULATOR when set (even empty), else the cross
+// build's emulator (e.g. "qemu-arm -L /usr/arm-linux-gnueabihf"), else "".
+std::string emulator_command() {
+  if (const char* from_env = std::getenv("VK_SONY_TEST_EMULATOR"); from_env != nullptr) return from_env;
+#ifdef VK_SONY_EMULATOR
+  return VK_SONY_EMULATOR;
+#else
+  return "";
+#endif
+}
+
 int decode_status(int raw) {
   if (WIFEXITED(raw)) return WEXITSTATUS(raw);
   if (WIFSIGNALED(raw)) return 128 + WTERMSIG(raw);
@@ -70,15 +82,6 @@ std::string bridge_binary() {
   return VK_SONY_BINARY;
 #else
   return "vk-sony";
-#endif
-}
-
-std::string emulator_command() {
-  if (const char* from_env = std::getenv("VK_SONY_TEST_EMULATOR"); from_env != nullptr) return from_env;
-#ifdef VK_SONY_EMULATOR
-  return VK_SONY_EMULATOR;
-#else
-  return "";
 #endif
 }
 
@@ -191,15 +194,11 @@ std::optional<std::string> BridgeProcess::read_line(std::chrono::milliseconds ti
       lines_.push_back(line);
       return line;
     }
-    pollfd fds[2] = {{stdout_fd_, POLLIN, 0}, {stderr_fd_, POLLIN, 0}};
-    nfds_t count = stderr_fd_ >= 0 ? 2 : 1;
-    int ready = poll(fds, count, remaining_ms(deadline));
+    pollfd fds[2] = {{stdout_fd_, POLLIN, 0}, {stderr_fd_, POLLIN, 0}};  // poll() skips a -1
+    int ready = poll(fds, 2, remaining_ms(deadline));
     if (ready < 0 && errno == EINTR) continue;
     if (ready <= 0) return std::nullopt;
-    if (count == 2 && fds[1].revents != 0 && !drain(stderr_fd_, err_buffer_)) {
-      close(stderr_fd_);
-      stderr_fd_ = -1;
-    }
+    if (fds[1].revents != 0) drain_stderr();
     if (fds[0].revents != 0 && !drain(stdout_fd_, out_buffer_)) stdout_eof_ = true;
   }
 }
@@ -233,30 +232,23 @@ std::optional<int> BridgeProcess::wait_exit(std::chrono::milliseconds timeout) {
     if (Clock::now() >= deadline) return std::nullopt;
     // Keep the pipes drained meanwhile so a chatty child cannot block on a
     // full pipe; poll() doubles as the short wait between status checks.
-    pollfd fds[2];
-    nfds_t count = 0;
-    if (stdout_fd_ >= 0 && !stdout_eof_) fds[count++] = {stdout_fd_, POLLIN, 0};
-    if (stderr_fd_ >= 0) fds[count++] = {stderr_fd_, POLLIN, 0};
-    int wait_ms = std::min(remaining_ms(deadline), 10);
-    if (poll(fds, count, wait_ms) > 0) {
-      for (nfds_t i = 0; i < count; ++i) {
-        if (fds[i].revents == 0) continue;
-        if (fds[i].fd == stdout_fd_) {
-          if (!drain(stdout_fd_, out_buffer_)) stdout_eof_ = true;
-        } else if (!drain(stderr_fd_, err_buffer_)) {
-          close(stderr_fd_);
-          stderr_fd_ = -1;
-        }
-      }
+    pollfd fds[2] = {{stdout_eof_ ? -1 : stdout_fd_, POLLIN, 0}, {stderr_fd_, POLLIN, 0}};
+    if (poll(fds, 2, std::min(remaining_ms(deadline), 10)) > 0) {
+      if (fds[0].revents != 0 && !drain(stdout_fd_, out_buffer_)) stdout_eof_ = true;
+      if (fds[1].revents != 0) drain_stderr();
     }
   }
 }
 
-std::string BridgeProcess::stderr_text() {
+void BridgeProcess::drain_stderr() {
   if (stderr_fd_ >= 0 && !drain(stderr_fd_, err_buffer_)) {
     close(stderr_fd_);
     stderr_fd_ = -1;
   }
+}
+
+std::string BridgeProcess::stderr_text() {
+  drain_stderr();
   return err_buffer_;
 }
 

@@ -22,16 +22,12 @@ std::string bridge_binary();
 // VK_SONY_SIM_CONTROL are removed unless given here.
 using EnvChanges = std::map<std::string, std::optional<std::string>>;
 
-// The command that runs vk-sony on this host, split at blanks before the
-// binary's path: VK_SONY_TEST_EMULATOR when set (even empty), else the cross
-// build's emulator (e.g. "qemu-arm -L /usr/arm-linux-gnueabihf"), else "".
-std::string emulator_command();
-
 class BridgeProcess {
  public:
-  // Starts vk-sony with `args` (without the program name), through
-  // emulator_command() when that is not empty. With `stdin_path` the child
-  // reads its standard input from that file instead of a pipe from us.
+  // Starts vk-sony with `args` (without the program name), through the
+  // emulator when there is one (VK_SONY_TEST_EMULATOR, else the cross
+  // build's). With `stdin_path` the child reads its standard input from that
+  // file instead of a pipe from us.
   explicit BridgeProcess(const std::vector<std::string>& args, const EnvChanges& env = {},
                          const std::string& stdin_path = "");
   // Kills the child (SIGKILL) if it is still running and reaps it.
@@ -65,6 +61,8 @@ class BridgeProcess {
   std::string stderr_text();
 
  private:
+  void drain_stderr();  // closes our end when the child's stderr has ended
+
   pid_t pid_ = -1;
   int stdin_fd_ = -1;
   int stdout_fd_ = -1;

@@ -154,7 +154,7 @@ TEST(Formatters, TextsParseToTheSdkValue) {
       {"EXPOSURE_BIAS", 0, "-0.3"},  // negative saturates to 0
       {"EXPOSURE_BIAS", 0x1000 & 0xFFFF, "69632"},
       {"FSTOP", 280, "2.8"},
-      {"FSTOP", 400, "4"},
+      {"FSTOP", 400, "4 trailing"},
       {"FSTOP", 0, "-1"},
       {"ISO", 0xFFFFFF, "AUTO"},
       {"ISO", 0xFFFFFFFF, "-1"},

@@ -85,22 +85,6 @@ TEST(TargetNumbers, StrtolClampsAndNeverFails) {
   }
 }
 
-TEST(TargetNumbers, StofErrorsNameStof) {
-  EXPECT_FLOAT_EQ(stof32("2.8 trailing"), 2.8f);
-  try {
-    (void)stof32("x");
-    ADD_FAILURE() << "no exception";
-  } catch (const std::invalid_argument& e) {
-    EXPECT_STREQ(e.what(), "stof");
-  }
-  try {
-    (void)stof32("1e60");
-    ADD_FAILURE() << "no exception";
-  } catch (const std::out_of_range& e) {
-    EXPECT_STREQ(e.what(), "stof");
-  }
-}
-
 TEST(TargetNumbers, FloatConversionsTruncateAndSaturate) {
   const struct {
     float value;

@@ -226,34 +226,28 @@ bool CameraDevice::compose_cached_line(uint32_t code, const CachedProperty& cach
     return true;
   }
   const PropertyInfo* row = find_property(code);
-  const PropertyFields& fields = cached.fields();
-  if (code == kBlackLevelCode) {
-    // Models 20 and 21 carry their black level under 0x2AC; the parent
-    // knows it by the name "PP_BLACK_LEVEL". The line depends on the model,
-    // so it is not kept.
-    constexpr std::string_view kBlackLevelKey = "PP_BLACK_LEVEL";
-    const bool alias = model == 20 || model == 21;
-    if (!alias && row == nullptr) {
-      log_unhandled_property(code);
-      return false;
-    }
-    const std::string_view key = alias ? kBlackLevelKey : row->name;
-    if (row != nullptr) {
-      append_status_line(key, fields, row->toText, row->skipValue, row->listValues, line);
-    } else {
-      append_status_line(key, fields, numeric_text, keep_all, false, line);
-    }
-    return true;
-  }
-  if (row == nullptr) {
+  const bool black_level_alias = (model == 20 || model == 21) && code == kBlackLevelCode;
+  if (!black_level_alias && row == nullptr) {
     log_unhandled_property(code);
     return false;
   }
+  const PropertyFields& fields = cached.fields();
   const size_t start = line->size();
-  const bool quiet =
-      append_status_line(row->name, fields, row->toText, row->skipValue, row->listValues, line);
-  // A line whose composition logged something is composed again next time,
-  // so that it is logged again.
-  if (quiet) cached.keep_line(line->view().substr(start));
+  bool quiet = false;
+  if (black_level_alias) {
+    // These models carry their black level under 0x2AC; the parent knows
+    // it by the name "PP_BLACK_LEVEL".
+    constexpr std::string_view kBlackLevelKey = "PP_BLACK_LEVEL";
+    if (row != nullptr) {
+      append_status_line(kBlackLevelKey, fields, row->toText, row->skipValue, row->listValues, line);
+    } else {
+      append_status_line(kBlackLevelKey, fields, numeric_text, keep_all, false, line);
+    }
+  } else {
+    quiet = append_status_line(row->name, fields, row->toText, row->skipValue, row->listValues, line);
+  }
+  // Kept unless its composition logged something (it is logged again next
+  // time) or its key depends on the model (0x2AC).
+  if (quiet && code != kBlackLevelCode) cached.keep_line(line->view().substr(start));
   return true;
 }

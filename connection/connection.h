@@ -53,8 +53,9 @@ void print_camera_list(bool all);
 
 // ---- Camera runs -----------------------------------------------------------
 
-// The run prologue: SIGINT and SIGTERM call request_shutdown(), SIGPIPE is
-// ignored, and the SDK is started (or the process exits with status 1).
+// The run prologue: SIGINT, SIGTERM and SIGHUP call request_shutdown() (and
+// are unblocked, whatever mask the parent left), SIGPIPE is ignored, and the
+// SDK is started (or the process exits with status 1).
 void start_camera_run();
 
 // Connects the USB camera named by `camera_id` ("*", "USB|model|serial" or

@@ -1,5 +1,8 @@
 // SDK start and release, the SDK version, camera enumeration and the camera
 // id text of an enumerated camera.
+#include <pthread.h>
+#include <signal.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -124,5 +127,12 @@ void start_camera_run() {
   std::signal(SIGTERM, on_shutdown_signal);
   std::signal(SIGHUP, on_shutdown_signal);  // the parent's session ended
   std::signal(SIGPIPE, SIG_IGN);
+  // A blocked signal mask survives exec: a parent (or a supervisor) that
+  // started us with these blocked would see its SIGTERM wait for ever.
+  // Unblocked before any thread exists, so every thread inherits it.
+  sigset_t shutdown_signals;
+  sigemptyset(&shutdown_signals);
+  for (int signo : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&shutdown_signals, signo);
+  (void)pthread_sigmask(SIG_UNBLOCK, &shutdown_signals, nullptr);
   start_sdk();
 }

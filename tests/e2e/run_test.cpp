@@ -172,6 +172,25 @@ TEST_F(BridgeRunTest, EveryEndOfRunTearsDownInOrder) {
   }
 }
 
+// A blocked signal mask is inherited across exec: a parent that starts the
+// bridge with the shutdown signals blocked must still be able to end it.
+TEST_F(BridgeRunTest, ShutdownSignalsEndTheRunWhenTheParentBlockedThem) {
+  for (int signo : {SIGTERM, SIGINT, SIGHUP}) {
+    SCOPED_TRACE(signo);
+    sigset_t blocked, saved;
+    sigemptyset(&blocked);
+    for (int s : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&blocked, s);
+    ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &blocked, &saved), 0);
+    auto started = start_until_ready({kUsbId}, env(kScenario));  // forked with the mask
+    pthread_sigmask(SIG_SETMASK, &saved, nullptr);
+    ASSERT_TRUE(started);
+    started->signal(signo);
+    const std::vector<std::string>& lines = started->read_all(5s);
+    EXPECT_EQ(started->wait_exit(5s), 1);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "CLOSED"), 1);
+  }
+}
+
 // End of input without a hang-up (here /dev/null) ends the run as a hang-up
 // does.
 TEST_F(BridgeRunTest, EndOfInputEndsRun) {

@@ -129,7 +129,7 @@ TEST_F(BridgeRunTest, EveryEndOfRunTearsDownInOrder) {
 
     const auto start = std::chrono::steady_clock::now();
     const std::vector<std::string> lines = c.close_stdout ? std::vector<std::string>{} : bridge.read_all(5s);
-    EXPECT_EQ(bridge.wait_exit(5s), 1);
+    EXPECT_EQ(bridge.wait_exit(5s), 1) << bridge.process_state();
     EXPECT_LT(std::chrono::steady_clock::now() - start, 4s);
 
     if (!c.close_stdout) {
@@ -186,7 +186,7 @@ TEST_F(BridgeRunTest, ShutdownSignalsEndTheRunWhenTheParentBlockedThem) {
     ASSERT_TRUE(started);
     started->signal(signo);
     const std::vector<std::string>& lines = started->read_all(5s);
-    EXPECT_EQ(started->wait_exit(5s), 1);
+    EXPECT_EQ(started->wait_exit(5s), 1) << started->process_state();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "CLOSED"), 1);
   }
 }

@@ -2,6 +2,7 @@
 // reads its output with poll() deadlines.
 #include "tests/support/bridge_process.h"
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
@@ -245,6 +246,25 @@ void BridgeProcess::drain_stderr() {
     close(stderr_fd_);
     stderr_fd_ = -1;
   }
+}
+
+std::string BridgeProcess::process_state() const {
+  if (pid_ <= 0 || status_) return "not running";
+  const std::string proc = "/proc/" + std::to_string(pid_);
+  std::string state;
+  for (const std::string& line : read_lines(proc + "/status")) {
+    if (line.rfind("State:", 0) == 0 || line.rfind("Sig", 0) == 0 || line.rfind("ShdPnd:", 0) == 0)
+      state += line + "\n";
+  }
+  if (DIR* tasks = opendir((proc + "/task").c_str())) {
+    while (const dirent* task = readdir(tasks)) {
+      if (task->d_name[0] == '.') continue;
+      const std::vector<std::string> wchan = read_lines(proc + "/task/" + task->d_name + "/wchan");
+      state += std::string("thread ") + task->d_name + " waits in " + (wchan.empty() ? "?" : wchan[0]) + "\n";
+    }
+    closedir(tasks);
+  }
+  return state;
 }
 
 std::string BridgeProcess::stderr_text() {

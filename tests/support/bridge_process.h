@@ -59,6 +59,9 @@ class BridgeProcess {
   std::optional<int> wait_exit(std::chrono::milliseconds timeout = 10s);
   // Everything the child wrote to stderr so far.
   std::string stderr_text();
+  // For a failure message about a child that did not end: its state and
+  // signal masks, and where each of its threads waits (from /proc).
+  std::string process_state() const;
 
  private:
   void drain_stderr();  // closes our end when the child's stderr has ended

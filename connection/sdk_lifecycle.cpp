@@ -1,6 +1,5 @@
 // SDK start and release, the SDK version, camera enumeration and the camera
 // id text of an enumerated camera.
-#include <pthread.h>
 #include <signal.h>
 
 #include <csignal>
@@ -123,16 +122,17 @@ void on_shutdown_signal(int) { request_shutdown(); }
 }  // namespace
 
 void start_camera_run() {
-  std::signal(SIGINT, on_shutdown_signal);
-  std::signal(SIGTERM, on_shutdown_signal);
-  std::signal(SIGHUP, on_shutdown_signal);  // the parent's session ended
-  std::signal(SIGPIPE, SIG_IGN);
-  // A blocked signal mask survives exec: a parent (or a supervisor) that
-  // started us with these blocked would see its SIGTERM wait for ever.
-  // Unblocked before any thread exists, so every thread inherits it.
+  // SIGHUP: the parent's session ended. A blocked signal mask survives exec:
+  // a parent (or a supervisor) that started us with these blocked would see
+  // its SIGTERM wait for ever. Unblocked before any thread exists, so that
+  // every thread inherits the mask.
   sigset_t shutdown_signals;
   sigemptyset(&shutdown_signals);
-  for (int signo : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&shutdown_signals, signo);
+  for (int signo : {SIGINT, SIGTERM, SIGHUP}) {
+    std::signal(signo, on_shutdown_signal);
+    sigaddset(&shutdown_signals, signo);
+  }
   (void)pthread_sigmask(SIG_UNBLOCK, &shutdown_signals, nullptr);
+  std::signal(SIGPIPE, SIG_IGN);
   start_sdk();
 }

@@ -175,11 +175,12 @@ TEST_F(BridgeRunTest, EveryEndOfRunTearsDownInOrder) {
 // A blocked signal mask is inherited across exec: a parent that starts the
 // bridge with the shutdown signals blocked must still be able to end it.
 TEST_F(BridgeRunTest, ShutdownSignalsEndTheRunWhenTheParentBlockedThem) {
-  for (int signo : {SIGTERM, SIGINT, SIGHUP}) {
+  const int shutdown_signals[] = {SIGTERM, SIGINT, SIGHUP};
+  sigset_t blocked, saved;
+  sigemptyset(&blocked);
+  for (int signo : shutdown_signals) sigaddset(&blocked, signo);
+  for (int signo : shutdown_signals) {
     SCOPED_TRACE(signo);
-    sigset_t blocked, saved;
-    sigemptyset(&blocked);
-    for (int s : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&blocked, s);
     ASSERT_EQ(pthread_sigmask(SIG_BLOCK, &blocked, &saved), 0);
     auto started = start_until_ready({kUsbId}, env(kScenario));  // forked with the mask
     pthread_sigmask(SIG_SETMASK, &saved, nullptr);
